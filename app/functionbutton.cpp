@@ -1,0 +1,36 @@
+#include "functionbutton.h"
+
+#include "qtcompat.h"
+
+#include <QApplication>
+
+const QString FunctionButton::StyleSheet = QStringLiteral(
+        "QPushButton{\n\tfont: 16pt \"Microsoft JhengHei\";\n\tcolor: rgb(215, 215, 215);\n"
+        "    border-image: url(:/img/plain button.png) 0 0 0 0 stretch stretch;    outline: 0;\n"
+        "}QPushButton:Pressed{\n\tfont: 16pt \"Microsoft JhengHei\";\n\tcolor: rgb(255, 255, 255);\n"
+        "    border-image: url(:/img/plain button1.png) 0 0 0 0 stretch stretch;    outline: 0;\n}\n");
+
+FunctionButton::FunctionButton(const QString &text, QWidget *parent) : QPushButton(text, parent)
+{
+    init();
+}
+
+FunctionButton::FunctionButton(QWidget *parent) : QPushButton(parent)
+{
+    init();
+}
+
+void FunctionButton::init()
+{
+    qApp->setStyleSheet(StyleSheet);
+
+    // Sized for the two panels the bench knows; other screens keep the natural size.
+    const QRect screen = screenGeometry();
+    const int area = screen.width() * screen.height();
+    if (area == 800 * 480)
+        setFixedSize(224, 42);
+    else if (area == 480 * 272)
+        setFixedSize(145, 42);
+    else if (area < 480 * 272)
+        setFixedSize(100, 42);
+}

@@ -1,0 +1,36 @@
+# Every test runs inside a virtual unit (sim/virtual-unit): a sandbox with its own root,
+# network namespace, serial pseudo-terminals and simulator state. If the sandbox cannot be
+# made the test fails; nothing here ever runs a test on the host itself.
+#
+#   benchtest_add_test(NAME <name> TARGET <executable target>
+#                      [UNIT <virtual-unit options>...] [ARGS <test arguments>...]
+#                      [TIMEOUT <seconds>] [LABELS <labels>...])
+#
+# UNIT options are passed to sim/virtual-unit before the "--", e.g. UNIT --dip 1 --screen 480x272.
+set(BENCHTEST_VIRTUAL_UNIT ${PROJECT_SOURCE_DIR}/sim/virtual-unit)
+
+function(benchtest_add_test)
+    cmake_parse_arguments(T "" "NAME;TARGET;TIMEOUT" "UNIT;ARGS;LABELS" ${ARGN})
+    if(NOT T_TIMEOUT)
+        set(T_TIMEOUT 300)
+    endif()
+    add_test(NAME ${T_NAME}
+        COMMAND ${BENCHTEST_VIRTUAL_UNIT}
+            --bind ${PROJECT_SOURCE_DIR} --bind ${PROJECT_BINARY_DIR}
+            ${T_UNIT}
+            -- $<TARGET_FILE:${T_TARGET}> ${T_ARGS})
+    set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
+endfunction()
+
+# One Qt Test executable from one source file, linked with the given libraries, run in a
+# virtual unit: benchtest_add_qtest(<name> <source> LIBS <libs>... [UNIT ...] [ARGS ...]).
+function(benchtest_add_qtest name source)
+    cmake_parse_arguments(T "" "TIMEOUT" "LIBS;UNIT;ARGS;LABELS" ${ARGN})
+    add_executable(${name} ${source} $<TARGET_OBJECTS:resources>)
+    target_link_libraries(${name} PRIVATE Qt${QT_VERSION_MAJOR}::Test ${T_LIBS})
+    set(extra)
+    if(T_TIMEOUT)
+        list(APPEND extra TIMEOUT ${T_TIMEOUT})
+    endif()
+    benchtest_add_test(NAME ${name} TARGET ${name} UNIT ${T_UNIT} ARGS ${T_ARGS} LABELS ${T_LABELS} ${extra})
+endfunction()

@@ -1,0 +1,45 @@
+#include "services/krtc.h"
+
+#include "simstate.h"
+
+#include <QStringList>
+
+#include <ctime>
+
+// The rtc file holds the clock as it was set and the host time of that moment, both as
+// seconds since 1970 UTC ("SET HOST"); the clock runs on from there with the host clock.
+void KRtc::getRtc(struct tm *time)
+{
+    std::time_t now = std::time(nullptr);
+    std::time_t value = now;
+    const QString text = SimState::readText(QStringLiteral("rtc"));
+    if (!text.isNull()) {
+        const QStringList parts = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        bool okSet = false, okHost = false;
+        const qint64 set = parts.value(0).toLongLong(&okSet);
+        const qint64 host = parts.value(1).toLongLong(&okHost);
+        if (parts.size() == 2 && okSet && okHost)
+            value = std::time_t(set + (qint64(now) - host));
+        else
+            SimState::warn(QStringLiteral("rtc"),
+                           QStringLiteral("\"%1\" is not \"SET HOST\", using the host clock").arg(text));
+    }
+    gmtime_r(&value, time);
+}
+
+void KRtc::setRtc(struct tm *time)
+{
+    SimState::logEvent(QStringLiteral("rtc-set %1 %2 %3 %4 %5 %6 %7 %8")
+                               .arg(time->tm_sec)
+                               .arg(time->tm_min)
+                               .arg(time->tm_hour)
+                               .arg(time->tm_mday)
+                               .arg(time->tm_mon)
+                               .arg(time->tm_year)
+                               .arg(time->tm_wday)
+                               .arg(time->tm_yday));
+    struct tm copy = *time;
+    const std::time_t set = timegm(&copy);
+    SimState::writeText(QStringLiteral("rtc"),
+                        QStringLiteral("%1 %2").arg(qint64(set)).arg(qint64(std::time(nullptr))));
+}

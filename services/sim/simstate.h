@@ -1,0 +1,29 @@
+// The simulated unit's state: plain files in one directory that a person or a test can read
+// and change while the program runs, plus the log of every hardware effect.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace SimState {
+
+// $BENCHTEST_SIM_DIR, or /sim (where the virtual unit mounts it).
+QString directory();
+QString path(const QString &name);
+
+// Whole number from a one-line file, decimal or 0x-hexadecimal. A missing or malformed file
+// gives one line on standard error naming it (once per content seen) and the default.
+long long readNumber(const QString &name, long long defaultValue);
+// Two whole numbers separated by blanks ("800 480").
+bool readPair(const QString &name, int *first, int *second);
+// The file's text with surrounding white space removed, or a null string if it is missing.
+QString readText(const QString &name);
+bool writeText(const QString &name, const QString &text);
+
+// Appends one line to events.log.
+void logEvent(const QString &line);
+
+// Complains on standard error, once for each distinct (file, problem) pair.
+void warn(const QString &name, const QString &problem);
+
+} // namespace SimState
