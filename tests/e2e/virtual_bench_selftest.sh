@@ -1,0 +1,112 @@
+#!/usr/bin/env bash
+# Checks that sim/virtual-bench takes down everything it started (relays, units, namespaces)
+# after a normal end, a failing command, an interrupt and a "stop", and that a bench that
+# cannot be set up runs nothing. Every command below runs inside the bench's virtual units.
+set -u
+src=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+vb=$src/sim/virtual-bench
+failures=0
+scratch=$(mktemp -d /tmp/virtual-bench-selftest.XXXXXX)
+trap 'rm -rf "$scratch"' EXIT
+
+check() { # DESCRIPTION COMMAND...
+    local what=$1
+    shift
+    if "$@"; then
+        echo "ok   - $what"
+    else
+        echo "FAIL - $what"
+        failures=$((failures + 1))
+    fi
+}
+
+bench_namespaces() { ip netns list | awk '{print $1}' | grep -E "^vb$1[0-9a-f]*-(dut|tester)$"; }
+no_namespaces_of() { [ -z "$(ip netns list | awk '{print $1}' | grep -F "vb$1" )" ]; }
+pids_gone() { # FILE...: every PID recorded in the files has ended
+    local f pid
+    for f in "$@"; do
+        read -r pid _ <"$f" || continue
+        kill -0 "$pid" 2>/dev/null && return 1
+    done
+    return 0
+}
+
+# 1. start / status / stop
+dir=$scratch/started
+out=$("$vb" start --dir "$dir" --bind "$src" --tester "sleep 300" --tester-ready none 2>&1)
+check "start prints the bench directory" [ "$out" = "$(readlink -f "$dir")" ]
+id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
+check "start makes both namespaces" [ "$(bench_namespaces "$id" | wc -l)" = 2 ]
+check "the dut namespace has an eth0 and no address on it" \
+    bash -c "ip -n vb$id-dut -o link show eth0 >/dev/null && [ -z \"\$(ip -n vb$id-dut -4 -o addr show eth0)\" ]"
+cp -r "$dir/pids" "$scratch/pids-started"
+check "three relays and a tester are running" [ "$(ls "$dir/pids" | sort | tr '\n' ' ')" = "relay-com1 relay-com2 relay-com3 tester " ]
+for f in "$dir"/pids/*; do
+    read -r pid _ <"$f"
+    check "$(basename "$f") (pid $pid) is alive" kill -0 "$pid"
+done
+status=$("$vb" status "$dir")
+check "status lists the cables" grep -q "com2: plug" <<<"$status"
+"$vb" cable "$dir" com2 unplug
+check "cable unplug is applied" grep -q "com2: unplug" <<<"$("$vb" status "$dir")"
+"$vb" stop "$dir"
+check "stop ends every process it started" pids_gone "$scratch"/pids-started/*
+check "stop deletes the namespaces" no_namespaces_of "$id"
+check "stop removes the bench directory" [ ! -e "$dir" ]
+
+# 2. a failing command: its status comes back, everything is taken down, the directory kept
+dir=$scratch/failing
+"$vb" run --dir "$dir" -- /bin/sh -c 'exit 7' 2>"$scratch/failing.err"
+rc=$?
+check "run returns the command's status" [ "$rc" = 7 ]
+id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
+check "a failing command leaves no namespace" no_namespaces_of "$id"
+check "a failing command leaves no process" [ -z "$(ls "$dir/pids")" ]
+check "the bench directory is kept and named" grep -q "bench directory kept: $(readlink -f "$dir")" "$scratch/failing.err"
+
+# 3. interrupted while the command runs
+dir=$scratch/interrupted
+"$vb" run --dir "$dir" --tester "sleep 300" --tester-ready none -- \
+    /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/running"; sleep 300' 2>/dev/null &
+runner=$!
+for ((i = 0; i < 200; i++)); do [ -e "$dir/running" ] && break; sleep 0.05; done
+check "the command runs in the unit under test" [ -e "$dir/running" ]
+cp -r "$dir/pids" "$scratch/pids-interrupted"
+id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
+kill -TERM "$runner"
+wait "$runner"
+rc=$?
+check "an interrupted run exits non-zero" [ "$rc" != 0 ]
+check "an interrupted run ends every process it started" pids_gone "$scratch"/pids-interrupted/*
+check "an interrupted run deletes its namespaces" no_namespaces_of "$id"
+
+# 4. nothing can be set up: no launcher
+dir=$scratch/nolauncher
+VIRTUAL_UNIT=/nonexistent/virtual-unit "$vb" run --dir "$dir" -- /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/ran"' 2>"$scratch/nolauncher.err"
+rc=$?
+check "a missing launcher fails the run with 2" [ "$rc" = 2 ]
+check "a missing launcher is named" grep -q "no virtual unit launcher" "$scratch/nolauncher.err"
+check "a missing launcher runs nothing" [ ! -e "$dir/ran" ]
+
+# 5. a tester that dies before it is ready: the command is not run, the bench is taken down
+dir=$scratch/deadtester
+"$vb" run --dir "$dir" --tester "exit 3" -- /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/ran"' 2>"$scratch/deadtester.err"
+rc=$?
+check "a tester that dies fails the run with 2" [ "$rc" = 2 ]
+check "a tester that dies is reported" grep -q "tester unit ended before it was ready" "$scratch/deadtester.err"
+check "a tester that dies runs no command" [ ! -e "$dir/ran" ]
+id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
+check "a tester that dies leaves no namespace" no_namespaces_of "$id"
+check "a tester that dies leaves no process" [ -z "$(ls "$dir/pids")" ]
+
+# 6. bad options are refused before anything is made
+"$vb" run --cable com9=plug -- true 2>"$scratch/badopt.err" &
+runner=$!
+wait "$runner"
+rc=$?
+check "an unknown port is refused with 2" [ "$rc" = 2 ]
+check "an unknown port is named" grep -q "unknown port 'com9'" "$scratch/badopt.err"
+check "a refused run makes no namespace" no_namespaces_of "$runner"
+
+echo "$failures failure(s)"
+[ "$failures" = 0 ]
