@@ -75,6 +75,16 @@ class SlaveTesterPeers(unittest.TestCase):
         self.assertEqual(out.returncode, 0, out.stderr)
         self.assertEqual(out.stdout, block)
 
+    def test_client_that_stops_sending_still_gets_its_echo(self):
+        # The block and the end of the client's sending side arrive together (corked into
+        # one segment): the bytes already received must still be echoed.
+        block = bytes(range(64, 128))
+        with connect() as s:
+            s.setsockopt(socket.IPPROTO_TCP, socket.TCP_CORK, 1)
+            s.sendall(block)
+            s.shutdown(socket.SHUT_WR)
+            self.assertEqual(recv_exactly(s, 64), block)
+
     def test_random_binary_is_echoed_byte_for_byte(self):
         payload = os.urandom(256 * 1024)
         # NUL bytes included on purpose: the pane shows text only up to the first one, the
