@@ -80,7 +80,24 @@ check "an interrupted run exits non-zero" [ "$rc" != 0 ]
 check "an interrupted run ends every process it started" pids_gone "$scratch"/pids-interrupted/*
 check "an interrupted run deletes its namespaces" no_namespaces_of "$id"
 
-# 4. nothing can be set up: no launcher
+# 4. killed outright: its processes die with it, the next bench takes down what is left
+dir=$scratch/killed
+"$vb" run --dir "$dir" --tester "sleep 300" --tester-ready none -- \
+    /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/running"; sleep 300' 2>/dev/null &
+runner=$!
+for ((i = 0; i < 200; i++)); do [ -e "$dir/running" ] && break; sleep 0.05; done
+cp -r "$dir/pids" "$scratch/pids-killed"
+id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
+kill -KILL "$runner"
+wait "$runner" 2>/dev/null
+for ((i = 0; i < 100; i++)); do pids_gone "$scratch"/pids-killed/* && break; sleep 0.05; done
+check "a killed run's processes die with it" pids_gone "$scratch"/pids-killed/*
+check "a killed run is registered as a bench to reap" [ -f "/run/virtual-bench/$id" ]
+"$vb" run -- true
+check "the next bench deletes a killed run's namespaces" no_namespaces_of "$id"
+check "the next bench drops a killed run from the registry" [ ! -e "/run/virtual-bench/$id" ]
+
+# 5. nothing can be set up: no launcher
 dir=$scratch/nolauncher
 VIRTUAL_UNIT=/nonexistent/virtual-unit "$vb" run --dir "$dir" -- /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/ran"' 2>"$scratch/nolauncher.err"
 rc=$?
@@ -88,7 +105,7 @@ check "a missing launcher fails the run with 2" [ "$rc" = 2 ]
 check "a missing launcher is named" grep -q "no virtual unit launcher" "$scratch/nolauncher.err"
 check "a missing launcher runs nothing" [ ! -e "$dir/ran" ]
 
-# 5. a tester that dies before it is ready: the command is not run, the bench is taken down
+# 6. a tester that dies before it is ready: the command is not run, the bench is taken down
 dir=$scratch/deadtester
 "$vb" run --dir "$dir" --tester "exit 3" -- /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/ran"' 2>"$scratch/deadtester.err"
 rc=$?
@@ -99,7 +116,7 @@ id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
 check "a tester that dies leaves no namespace" no_namespaces_of "$id"
 check "a tester that dies leaves no process" [ -z "$(ls "$dir/pids")" ]
 
-# 6. bad options are refused before anything is made
+# 7. bad options are refused before anything is made
 "$vb" run --cable com9=plug -- true 2>"$scratch/badopt.err" &
 runner=$!
 wait "$runner"
