@@ -81,6 +81,10 @@ void BenchTest::initStackWidget()
     auto *layout = new QHBoxLayout;
     layout->setSpacing(0);
     layout->setContentsMargins(0, 0, 0, 0);
+    // The window is the whole screen and no larger: a page whose layout wants more height
+    // (the "Continue" pages size their spacers before they are shown) must not push every
+    // other page past the bottom of a small panel.
+    layout->setSizeConstraint(QLayout::SetNoConstraint);
     layout->addWidget(stackedWidget);
     setLayout(layout);
 
