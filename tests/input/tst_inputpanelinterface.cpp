@@ -322,6 +322,7 @@ void TestInputPanelInterface::layoutOfUnitModel()
 {
     // Whatever model the unit was started with (virtual-unit --model N).
     const int model = Fram::getInstance()->getMonitorModel();
+    qInfo("unit model %d", model);
     InputPanelInterface decimal;
     InputPanelInterface hex(InputPanelInterface::Hexadecimal);
     if (model == 4) {
@@ -451,6 +452,8 @@ void TestInputPanelInterface::windowFlagsAndCentre()
     QVERIFY(panel->isWindow());
 
     const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    qInfo("%s screen %dx%d", qPrintable(QGuiApplication::platformName()), screen.width(),
+        screen.height());
     QCOMPARE(panel->pos(),
         QPoint((screen.width() - panel->width()) / 2, (screen.height() - panel->height()) / 2));
 
