@@ -40,12 +40,14 @@ QString path(const QString &name)
 
 void warn(const QString &name, const QString &problem)
 {
+    // Keyed on the whole line, so a state directory changed at run time is complained about
+    // afresh.
+    const QString line = QStringLiteral("benchtest sim: %1: %2\n").arg(path(name), problem);
     QMutexLocker lock(&warnMutex);
-    const QString key = name + QLatin1Char('\n') + problem;
-    if (warned.contains(key))
+    if (warned.contains(line))
         return;
-    warned.insert(key);
-    std::fprintf(stderr, "benchtest sim: %s: %s\n", qPrintable(path(name)), qPrintable(problem));
+    warned.insert(line);
+    std::fputs(line.toLocal8Bit().constData(), stderr);
     std::fflush(stderr);
 }
 
