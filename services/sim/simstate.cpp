@@ -56,7 +56,10 @@ QString readText(const QString &name)
     QFile file(path(name));
     if (!file.open(QIODevice::ReadOnly))
         return QString();
-    return QString::fromUtf8(file.readAll()).trimmed();
+    // An empty file must read as empty text, not as a missing file (fromUtf8 of an empty
+    // array is a null string).
+    const QString text = QString::fromUtf8(file.readAll()).trimmed();
+    return text.isNull() ? QStringLiteral("") : text;
 }
 
 bool writeText(const QString &name, const QString &text)
