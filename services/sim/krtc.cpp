@@ -22,7 +22,8 @@ void KRtc::getRtc(struct tm *time)
             value = std::time_t(set + (qint64(now) - host));
         else
             SimState::warn(QStringLiteral("rtc"),
-                           QStringLiteral("\"%1\" is not \"SET HOST\", using the host clock").arg(text));
+                           QStringLiteral("%1 is not \"SET HOST\", using the host clock")
+                                   .arg(SimState::quoted(text)));
     }
     gmtime_r(&value, time);
 }

@@ -27,6 +27,30 @@ bool parseNumber(const QString &text, long long *value)
 }
 } // namespace
 
+QString quoted(const QString &text)
+{
+    // At most this many characters of a file are shown, so that a stray binary or a huge
+    // file still gives one readable line.
+    constexpr int Shown = 40;
+    QString out = QStringLiteral("\"");
+    for (int i = 0; i < text.size() && i < Shown; ++i) {
+        const QChar c = text.at(i);
+        if (c == QLatin1Char('\n'))
+            out += QLatin1String("\\n");
+        else if (c == QLatin1Char('\r'))
+            out += QLatin1String("\\r");
+        else if (c == QLatin1Char('\t'))
+            out += QLatin1String("\\t");
+        else if (c.unicode() < 0x20 || c.unicode() == 0x7f)
+            out += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            out += c;
+    }
+    if (text.size() > Shown)
+        out += QLatin1String("...");
+    return out + QLatin1Char('"');
+}
+
 QString directory()
 {
     const QString dir = qEnvironmentVariable("BENCHTEST_SIM_DIR");
@@ -82,7 +106,9 @@ long long readNumber(const QString &name, long long defaultValue)
     }
     long long value = 0;
     if (!parseNumber(text, &value)) {
-        warn(name, QStringLiteral("\"%1\" is not a number, using %2").arg(text).arg(defaultValue));
+        // One arg() call: the file's text may itself contain "%2".
+        warn(name, QStringLiteral("%1 is not a number, using %2")
+                           .arg(quoted(text), QString::number(defaultValue)));
         return defaultValue;
     }
     return value;
@@ -97,7 +123,7 @@ bool readPair(const QString &name, int *first, int *second)
     long long a = 0, b = 0;
     if (parts.size() != 2 || !parseNumber(parts.at(0), &a) || !parseNumber(parts.at(1), &b)
         || a <= 0 || b <= 0 || a > 100000 || b > 100000) {
-        warn(name, QStringLiteral("\"%1\" is not two positive numbers").arg(text));
+        warn(name, QStringLiteral("%1 is not two positive numbers").arg(quoted(text)));
         return false;
     }
     *first = int(a);

@@ -23,6 +23,10 @@ bool writeText(const QString &name, const QString &text);
 // Appends one line to events.log.
 void logEvent(const QString &line);
 
+// Text of a state file for a complaint: in double quotes, control characters escaped, cut
+// after 40 characters.
+QString quoted(const QString &text);
+
 // Complains on standard error, once for each distinct (file, problem) pair.
 void warn(const QString &name, const QString &problem);
 
