@@ -65,10 +65,7 @@ int Fram::getMonitorModel()
 std::pair<int, int> Fram::getMonitorPixel()
 {
     int width = 800, height = 480;
-    if (!SimState::readPair(QStringLiteral("pixels"), &width, &height)) {
-        SimState::warn(QStringLiteral("pixels"), QStringLiteral("using 800 480"));
-        return {800, 480};
-    }
+    SimState::readPair(QStringLiteral("pixels"), &width, &height);
     return {width, height};
 }
 

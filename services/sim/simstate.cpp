@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QMutex>
+#include <QRegularExpression>
 #include <QSet>
 #include <QStringList>
 
@@ -116,14 +117,19 @@ long long readNumber(const QString &name, long long defaultValue)
 
 bool readPair(const QString &name, int *first, int *second)
 {
+    const QString defaults = QStringLiteral("%1 %2").arg(*first).arg(*second);
     const QString text = readText(name);
-    if (text.isNull())
+    if (text.isNull()) {
+        warn(name, QStringLiteral("missing, using %1").arg(defaults));
         return false;
-    const QStringList parts = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    }
+    const QStringList parts = text.split(QRegularExpression(QStringLiteral("[ \t]+")),
+                                         Qt::SkipEmptyParts);
     long long a = 0, b = 0;
     if (parts.size() != 2 || !parseNumber(parts.at(0), &a) || !parseNumber(parts.at(1), &b)
         || a <= 0 || b <= 0 || a > 100000 || b > 100000) {
-        warn(name, QStringLiteral("%1 is not two positive numbers").arg(quoted(text)));
+        warn(name, QStringLiteral("%1 is not two positive numbers, using %2")
+                           .arg(quoted(text), defaults));
         return false;
     }
     *first = int(a);
