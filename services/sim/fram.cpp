@@ -19,7 +19,8 @@ void Fram::load_param()
     SimState::logEvent(QStringLiteral("param-load"));
     const QByteArray header = FramImage::read(0, 2);
     const unsigned int length = uchar(header[0]) | (uchar(header[1]) << 8);
-    parameters = FramImage::read(0, 4 + length);
+    // Only what fram.bin holds: save_param() must not pad a short (damaged) image.
+    parameters = FramImage::read(0, 4 + length).left(int(FramImage::storedSize()));
 }
 
 void Fram::save_param()
