@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QFile>
 #include <QNetworkInterface>
+#include <QScreen>
 #include <QStackedWidget>
 #include <QStandardPaths>
 #include <QTest>
@@ -108,6 +109,7 @@ private Q_SLOTS:
     void unknownKeys_data();
     void unknownKeys();
     void strayErrorMessageDropped();
+    void switchesFlippedWhileRunning();
 
 private:
     QStackedWidget *stack(BenchTest &b) { return b.stackedWidget; }
@@ -622,6 +624,26 @@ void TestBenchTest::strayErrorMessageDropped()
     BenchTest bench;
     bench.errorMessageUpdate(QStringLiteral("COM port 1 RS232 test"), QStringLiteral("fail!"));
     QCOMPARE(stack(bench)->count(), 1);
+}
+
+void TestBenchTest::switchesFlippedWhileRunning()
+{
+    BenchTest bench;
+    QTRY_COMPARE(stage(bench), 1);
+    // The bench pages serve the menu too.
+    writeSim(QStringLiteral("dip"), QStringLiteral("1"));
+    bench.nextStage();
+    QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
+    QCOMPARE(stage(bench), 1);
+    // The slave tester's page was never built: say so and change nothing.
+    writeSim(QStringLiteral("dip"), QStringLiteral("273"));
+    DebugCapture capture;
+    bench.nextStage();
+    QCOMPARE(capture.messages,
+        QStringList { QStringLiteral(
+            "DIP switches changed since power-on; restart the unit to change mode") });
+    QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
+    QCOMPARE(stack(bench)->count(), 15);
 }
 
 QTEST_MAIN(TestBenchTest)

@@ -4,6 +4,7 @@
 #include "testsupport.h"
 
 #include <QBoxLayout>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QSpacerItem>
 #include <QTest>
