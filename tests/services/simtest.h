@@ -1,5 +1,7 @@
 // Helpers shared by the device-service tests: a fresh simulator state directory per test
-// function, the events.log lines, and what a call printed on standard error.
+// function, the events.log lines, and what a call printed on standard error. Stricter than
+// tests/common/testsupport.h on purpose: files are written byte for byte (empty, no final
+// line break) and an events.log line without its line break or an empty line shows up.
 #pragma once
 
 #include <QByteArray>
