@@ -13,7 +13,7 @@ import threading
 import time
 import tty
 
-TESTER = ("192.168.90.89", 36888)
+TESTER = ("192.168.90.89", 36888)  # the tester unit, in the bench's own network namespaces
 counts = {"tcp_connections": 0, "tcp_bytes": 0, "serial_blocks": 0, "serial_short": 0}
 lock = threading.Lock()
 
@@ -71,7 +71,7 @@ def serial(path, until):
 
 def main():
     seconds = float(sys.argv[1]) if len(sys.argv) > 1 else 120
-    subprocess.run(["ifconfig", "eth0", "192.168.90.69"], check=True)
+    subprocess.run(["ifconfig", "eth0", "192.168.90.69"], check=True)  # this unit's namespace only
     until = time.monotonic() + seconds
     jobs = [threading.Thread(target=churn, args=(until,)), threading.Thread(target=stream, args=(until,))]
     jobs += [threading.Thread(target=serial, args=(p, until)) for p in ("/dev/ttyO0", "/dev/ttyO1", "/dev/ttyO2")]

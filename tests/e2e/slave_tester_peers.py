@@ -10,7 +10,7 @@ import threading
 import time
 import unittest
 
-TESTER = ("192.168.90.89", 36888)
+TESTER = ("192.168.90.89", 36888)  # the tester unit, in the bench's own network namespaces
 
 
 def connect(timeout=5.0):
@@ -51,7 +51,7 @@ def echo(sock, payload, chunk=4096):
 class SlaveTesterPeers(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        subprocess.run(["ifconfig", "eth0", "192.168.90.69"], check=True)
+        subprocess.run(["ifconfig", "eth0", "192.168.90.69"], check=True)  # this unit's namespace only
         deadline = time.monotonic() + 10
         while True:
             try:

@@ -47,7 +47,7 @@ def main():
     bench = os.environ["VIRTUAL_BENCH_DIR"]
     log_dir = os.path.join(bench, "peer")
     os.makedirs(log_dir, exist_ok=True)
-    subprocess.run(["ifconfig", "eth0", "192.168.90.89"], check=True)
+    subprocess.run(["ifconfig", "eth0", "192.168.90.89"], check=True)  # this unit's namespace only
     threading.Thread(target=serial_echo, args=(log_dir,), daemon=True).start()
     server = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
     server.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)

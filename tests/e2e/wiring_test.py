@@ -14,7 +14,7 @@ import unittest
 BENCH = os.environ.get("VIRTUAL_BENCH_DIR", "")
 VIRTUAL_BENCH = os.environ.get("VIRTUAL_BENCH", "")
 PORTS = {"com1": "/dev/ttyO0", "com2": "/dev/ttyO1", "com3": "/dev/ttyO2"}
-TESTER = ("192.168.90.89", 36888)
+TESTER = ("192.168.90.89", 36888)  # the tester unit, in the bench's own network namespaces
 
 
 def cable(port, *state):
@@ -53,8 +53,9 @@ class Wiring(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        subprocess.run(["ifconfig", "eth0", "192.168.90.69"], check=True)
-        subprocess.run(["route", "add", "default", "gw", "192.168.90.1"], check=True)
+        # Both only change this unit's network namespace.
+        subprocess.run(["ifconfig", "eth0", "192.168.90.69"], check=True)  # namespace of the unit
+        subprocess.run(["route", "add", "default", "gw", "192.168.90.1"], check=True)  # namespace of the unit
         for name, path in PORTS.items():
             fd = os.open(path, os.O_RDWR | os.O_NOCTTY | os.O_NONBLOCK)
             tty.setraw(fd)
@@ -88,12 +89,13 @@ class Wiring(unittest.TestCase):
                 self.assertTrue(chunk, "the tester closed the connection")
                 got += chunk
             self.assertEqual(got, block)
-            self.assertEqual(s.getsockname()[0], "192.168.90.69")
+            self.assertEqual(s.getsockname()[0], "192.168.90.69")  # our address in the namespace
 
     def test_only_bench_routes_in_unit(self):
         routes = subprocess.run(["ip", "-4", "route"], capture_output=True, text=True, check=True).stdout
         lines = sorted(line.split(" proto")[0].strip() for line in routes.splitlines())
-        self.assertEqual(lines, ["192.168.90.0/24 dev eth0", "default via 192.168.90.1 dev eth0"])
+        # The unit's namespace holds the bench routes and nothing of the host's.
+        self.assertEqual(lines, ["192.168.90.0/24 dev eth0", "default via 192.168.90.1 dev eth0"])  # namespace routes
         links = subprocess.run(["ip", "-o", "link"], capture_output=True, text=True, check=True).stdout
         names = sorted(line.split(":")[1].strip().split("@")[0] for line in links.splitlines())
         self.assertEqual(names, ["eth0", "lo"])
