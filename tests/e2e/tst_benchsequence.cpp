@@ -1,6 +1,7 @@
 // The serial and Ethernet stages of the bench sequence, run on the unit under test of the
 // virtual bench against the real slave tester in the other unit: the worker's "Start",
 // "Next" and "Again" presses, the results in the error device list, and a pulled COM2 cable.
+#include "benchcable.h"
 #include "benchtest.h"
 #include "communicationtest.h"
 #include "errordevicelistinterface.h"
@@ -10,7 +11,6 @@
 #include <QFile>
 #include <QLabel>
 #include <QPalette>
-#include <QProcess>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
@@ -67,13 +67,6 @@ QPushButton *nextPopup()
     return nullptr;
 }
 
-bool setCable(const QString &port, const QString &state)
-{
-    return QProcess::execute(qEnvironmentVariable("VIRTUAL_BENCH"),
-               { QStringLiteral("cable"), qEnvironmentVariable("VIRTUAL_BENCH_DIR"), port, state })
-        == 0;
-}
-
 } // namespace
 
 // Named after BenchTest's test friend: the walk is put straight before the serial stages,
@@ -112,7 +105,7 @@ void TestBenchTest::initTestCase()
 void TestBenchTest::init()
 {
     for (const char *port : { "com1", "com2", "com3" })
-        QVERIFY(setCable(QLatin1String(port), QStringLiteral("plug")));
+        QVERIFY(setBenchCable(QLatin1String(port), QStringLiteral("plug")));
     bench = new BenchTest;
     bench->show();
     comm = bench->findChild<CommunicationTest *>();
@@ -128,7 +121,7 @@ void TestBenchTest::cleanup()
     // Ports and sockets of the screens go with deferred deletes.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     for (const char *port : { "com1", "com2", "com3" })
-        setCable(QLatin1String(port), QStringLiteral("plug"));
+        setBenchCable(QLatin1String(port), QStringLiteral("plug"));
 }
 
 void TestBenchTest::startAtSerialStages()
@@ -215,7 +208,7 @@ void TestBenchTest::everyCommunicationStagePasses()
 
 void TestBenchTest::pulledCom2CableFailsItsThreeStages()
 {
-    QVERIFY(setCable(QStringLiteral("com2"), QStringLiteral("unplug")));
+    QVERIFY(setBenchCable(QStringLiteral("com2"), QStringLiteral("unplug")));
     QSignalSpy results(comm, &CommunicationTest::errorMessage);
     QVERIFY(results.isValid());
     startAtSerialStages();
@@ -242,14 +235,14 @@ void TestBenchTest::pulledCom2CableFailsItsThreeStages()
     QPushButton *again = popup(QStringLiteral("Again"));
     for (int i = 3; i <= 5; ++i) {
         const Stage &stage = model7Stages().at(i);
-        QVERIFY(setCable(QStringLiteral("com2"), QStringLiteral("unplug")));
+        QVERIFY(setBenchCable(QStringLiteral("com2"), QStringLiteral("unplug")));
         const int before = results.count();
         bench->callFunction(stage.key);
         QTRY_COMPARE_WITH_TIMEOUT(results.count(), before + 1, StageTimeout);
         QCOMPARE(results.last().at(1).toString(), QStringLiteral("fail!"));
         QTRY_VERIFY(again->isVisible());
 
-        QVERIFY(setCable(QStringLiteral("com2"), QStringLiteral("plug")));
+        QVERIFY(setBenchCable(QStringLiteral("com2"), QStringLiteral("plug")));
         QTest::mouseClick(again, Qt::LeftButton);
         QTRY_COMPARE_WITH_TIMEOUT(results.count(), before + 2, StageTimeout);
         QCOMPARE(results.last().at(0).toString(), stage.title);

@@ -1,11 +1,11 @@
 // The burn-in mode on a unit of the virtual bench with a loopback plug on COM1: both panes
 // fill with the printable run, a pulled plug leaves the received pane empty while sending goes
 // on, and a plug put back shows received data again without a restart.
+#include "benchcable.h"
 #include "benchtest.h"
 #include "burnintestinterface.h"
 
 #include <QFile>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextEdit>
@@ -46,14 +46,6 @@ struct BlockCounter {
     QMetaObject::Connection connection;
 };
 
-bool setCable(const QString &state)
-{
-    return QProcess::execute(qEnvironmentVariable("VIRTUAL_BENCH"),
-               { QStringLiteral("cable"), qEnvironmentVariable("VIRTUAL_BENCH_DIR"),
-                   QStringLiteral("com1"), state })
-        == 0;
-}
-
 } // namespace
 
 class TestBurnin : public QObject {
@@ -79,7 +71,7 @@ void TestBurnin::initTestCase()
     QFile dip(QStringLiteral("/sim/dip"));
     QVERIFY(dip.open(QIODevice::ReadOnly));
     QCOMPARE(dip.readAll().trimmed(), QByteArray("257"));
-    QVERIFY(setCable(QStringLiteral("loop")));
+    QVERIFY(setBenchCable(QStringLiteral("com1"), QStringLiteral("loop")));
 
     bench = new BenchTest;
     bench->show();
@@ -116,7 +108,7 @@ void TestBurnin::loopbackFillsBothPanes()
 
 void TestBurnin::pulledPlugLeavesReceivedPaneEmpty()
 {
-    QVERIFY(setCable(QStringLiteral("unplug")));
+    QVERIFY(setBenchCable(QStringLiteral("com1"), QStringLiteral("unplug")));
     BlockCounter sent(tx);
     // A block already on its way when the plug came out may still arrive on the next tick.
     QTRY_VERIFY(sent.blocks >= 2);
@@ -133,7 +125,7 @@ void TestBurnin::pulledPlugLeavesReceivedPaneEmpty()
 void TestBurnin::plugBackShowsDataWithoutRestart()
 {
     QVERIFY(rx->toPlainText().isEmpty());
-    QVERIFY(setCable(QStringLiteral("loop")));
+    QVERIFY(setBenchCable(QStringLiteral("com1"), QStringLiteral("loop")));
     QTRY_VERIFY_WITH_TIMEOUT(rx->toPlainText().contains(fullRun()), 10000);
     QVERIFY2(isPrintableRun(rx->toPlainText()), qPrintable(rx->toPlainText()));
 }
