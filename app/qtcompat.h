@@ -26,6 +26,7 @@ void connectMappedString(QSignalMapper *mapper, const Receiver *receiver, Slot s
 #if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
     QObject::connect(mapper, &QSignalMapper::mappedString, receiver, slot);
 #else
-    QObject::connect(mapper, QOverload<const QString &>::of(&QSignalMapper::mapped), receiver, slot);
+    QObject::connect(
+        mapper, QOverload<const QString &>::of(&QSignalMapper::mapped), receiver, slot);
 #endif
 }
