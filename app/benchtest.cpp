@@ -41,14 +41,7 @@ void runShell(const char *command)
 
 BenchTest::BenchTest(QWidget *parent) : QWidget(parent)
 {
-    Fram *fram = Fram::getInstance();
-    fram->load_param();
-    fram->save_param();
-    fram->setBuzzerEnable(true);
-    initStackWidget();
-    initPopupButtons();
-    nextStage();
-    restoreCalibration();
+    startUp();
 }
 
 BenchTest::~BenchTest()
@@ -58,8 +51,16 @@ BenchTest::~BenchTest()
     delete nextButton;
 }
 
+// Kept beside the constructor for a caller that builds the widget in two steps; nothing in the
+// program calls it.
 void BenchTest::init()
 {
+    startUp();
+}
+
+void BenchTest::startUp()
+{
+    // The parameters are written back unchanged at every start.
     Fram *fram = Fram::getInstance();
     fram->load_param();
     fram->save_param();
@@ -81,6 +82,10 @@ void BenchTest::initStackWidget()
     auto *layout = new QHBoxLayout;
     layout->setSpacing(0);
     layout->setContentsMargins(0, 0, 0, 0);
+    // The window is the whole screen and no larger: a page whose layout wants more height
+    // (the "Continue" pages size their spacers before they are shown) must not push every
+    // other page past the bottom of a small panel.
+    layout->setSizeConstraint(QLayout::SetNoConstraint);
     layout->addWidget(stackedWidget);
     setLayout(layout);
 
@@ -255,44 +260,44 @@ void BenchTest::nextStage()
     againButton->hide();
     nextButton->hide();
 
+    // The DIP value is read again on every call; the pages, though, are those of the mode
+    // chosen at power-on.
     const unsigned int dip = dipSwitchValue();
-    const bool benchPagesBuilt = functionTestPageIndex >= 0;
-    switch (dip) {
-    case MenuMode:
-    case BenchMode:
-        if (!benchPagesBuilt)
-            break;
-        if (dip == MenuMode) {
-            runFunctionTest();
-            break;
-        }
-        {
-            const int current = stackedWidget->currentIndex();
-            if (s && s == lastSender && current != communicationPageIndex
-                && current != usbPageIndex) {
-                lastSender = s;
-                return;
-            }
-            runBenchTest();
-            lastSender = s;
-        }
-        return;
-    case BurnInMode:
-        if (burninPageIndex < 0)
-            break;
-        runBurnInTest();
-        return;
-    case SlaveTesterMode:
-        if (testerPageIndex < 0)
-            break;
-        runTester();
-        return;
-    default:
+    if (dip != BenchMode && dip != MenuMode && dip != BurnInMode && dip != SlaveTesterMode) {
         qDebug() << "Unknown Dip Switch Value!";
         return;
     }
-    if (dip != MenuMode)
+    const bool built = dip == BurnInMode ? burninPageIndex >= 0
+        : dip == SlaveTesterMode         ? testerPageIndex >= 0
+                                         : functionTestPageIndex >= 0;
+    if (!built) {
         qDebug() << "DIP switches changed since power-on; restart the unit to change mode";
+        return;
+    }
+
+    switch (dip) {
+    case MenuMode:
+        runFunctionTest();
+        break;
+    case BurnInMode:
+        runBurnInTest();
+        break;
+    case SlaveTesterMode:
+        runTester();
+        break;
+    default: {
+        // A screen that signals twice must not skip a stage; the communication and USB pages
+        // are exempt because "Next" is the sender there every time.
+        const int current = stackedWidget->currentIndex();
+        if (s && s == lastSender && current != communicationPageIndex && current != usbPageIndex) {
+            lastSender = s;
+            return;
+        }
+        runBenchTest();
+        lastSender = s;
+        break;
+    }
+    }
 }
 
 void BenchTest::runBenchTest()

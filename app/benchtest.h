@@ -48,6 +48,7 @@ public Q_SLOTS:
     void inputMAC();
 
 private:
+    void startUp();
     void initStackWidget();
     void initBenchTestPages();
     void initBenchTestSequence();

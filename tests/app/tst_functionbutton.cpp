@@ -5,8 +5,7 @@
 #include <QApplication>
 #include <QTest>
 
-class TestFunctionButton : public QObject
-{
+class TestFunctionButton : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void styleSheet();
@@ -20,11 +19,11 @@ private:
     static bool onScreen(int width, int height);
 };
 
-static const char ExpectedStyle[] =
-        "QPushButton{\n\tfont: 16pt \"Microsoft JhengHei\";\n\tcolor: rgb(215, 215, 215);\n"
-        "    border-image: url(:/img/plain button.png) 0 0 0 0 stretch stretch;    outline: 0;\n"
-        "}QPushButton:Pressed{\n\tfont: 16pt \"Microsoft JhengHei\";\n\tcolor: rgb(255, 255, 255);\n"
-        "    border-image: url(:/img/plain button1.png) 0 0 0 0 stretch stretch;    outline: 0;\n}\n";
+static const char ExpectedStyle[]
+    = "QPushButton{\n\tfont: 16pt \"Microsoft JhengHei\";\n\tcolor: rgb(215, 215, 215);\n"
+      "    border-image: url(:/img/plain button.png) 0 0 0 0 stretch stretch;    outline: 0;\n"
+      "}QPushButton:Pressed{\n\tfont: 16pt \"Microsoft JhengHei\";\n\tcolor: rgb(255, 255, 255);\n"
+      "    border-image: url(:/img/plain button1.png) 0 0 0 0 stretch stretch;    outline: 0;\n}\n";
 
 void TestFunctionButton::styleSheet()
 {

@@ -7,8 +7,7 @@
 #include <QSpacerItem>
 #include <QTest>
 
-class TestStackWidgetInterface : public QObject
-{
+class TestStackWidgetInterface : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void spacersUseConstructionHeight();

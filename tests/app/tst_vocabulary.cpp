@@ -9,8 +9,7 @@
 #include <QSet>
 #include <QTest>
 
-class TestVocabulary : public QObject
-{
+class TestVocabulary : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void functionKeys_data();
@@ -61,14 +60,12 @@ void TestVocabulary::functionKeys()
 
 void TestVocabulary::keysAreDistinctLowerCase()
 {
-    const QStringList keys{TouchPanelFunction, BrightnessFunction, DateTimeFunction,
-                           BatteryPowerFunction, BacklightFunction, LcmFunction,
-                           KeyAndLedFunction,  DipSwitchesFunction, EthernetFunction,
-                           Com1RS232Function,  Com1RS422Function,  Com1RS485Function,
-                           Com2RS232Function,  Com2RS422Function,  Com2RS485Function,
-                           Com3RS232Function,  Com3RS485Function,  WhiteScreenFunction,
-                           UsbHostFunction,    UsbDeviceFunction,  ExitFunction,
-                           MACFunction};
+    const QStringList keys { TouchPanelFunction, BrightnessFunction, DateTimeFunction,
+        BatteryPowerFunction, BacklightFunction, LcmFunction, KeyAndLedFunction,
+        DipSwitchesFunction, EthernetFunction, Com1RS232Function, Com1RS422Function,
+        Com1RS485Function, Com2RS232Function, Com2RS422Function, Com2RS485Function,
+        Com3RS232Function, Com3RS485Function, WhiteScreenFunction, UsbHostFunction,
+        UsbDeviceFunction, ExitFunction, MACFunction };
     QCOMPARE(keys.size(), 22);
     QCOMPARE(QSet<QString>(keys.begin(), keys.end()).size(), 22);
     for (const QString &key : keys) {
@@ -89,7 +86,7 @@ void TestVocabulary::portNames()
     QCOMPARE(COMPORT1.toUtf8(), QByteArray("/dev/ttyO0"));
     QCOMPARE(COMPORT2.toUtf8(), QByteArray("/dev/ttyO1"));
     QCOMPARE(COMPORT3.toUtf8(), QByteArray("/dev/ttyO2"));
-    for (const QString &port : {COMPORT1, COMPORT2, COMPORT3})
+    for (const QString &port : { COMPORT1, COMPORT2, COMPORT3 })
         QCOMPARE(port.at(8), QLatin1Char('O'));
     QCOMPARE(USBHOST.toUtf8(), QByteArray("usb_host"));
     QCOMPARE(USBDEVICE.toUtf8(), QByteArray("usb_device"));
@@ -103,16 +100,14 @@ void TestVocabulary::endPointSplitsAtItsBlank()
     QCOMPARE(parts.at(1), QStringLiteral("36888"));
 }
 
-static const QStringList Images{
-        QStringLiteral("dip_on_icon.png"),  QStringLiteral("quorvan.jpg"),
-        QStringLiteral("input-ok.png"),     QStringLiteral("plain button1.png"),
-        QStringLiteral("input-right.png"),  QStringLiteral("plain button.png"),
-        QStringLiteral("input-left.png"),   QStringLiteral("dip_panel.png"),
-        QStringLiteral("input-right1.png"), QStringLiteral("inputpanelBG.png"),
-        QStringLiteral("input-label.png"),  QStringLiteral("inputBtn1.png"),
-        QStringLiteral("input-ok1.png"),    QStringLiteral("dipIcon0.png"),
-        QStringLiteral("dipIcon1.png"),     QStringLiteral("input-left1.png"),
-        QStringLiteral("inputBtn.png")};
+static const QStringList Images { QStringLiteral("dip_on_icon.png"), QStringLiteral("quorvan.jpg"),
+    QStringLiteral("input-ok.png"), QStringLiteral("plain button1.png"),
+    QStringLiteral("input-right.png"), QStringLiteral("plain button.png"),
+    QStringLiteral("input-left.png"), QStringLiteral("dip_panel.png"),
+    QStringLiteral("input-right1.png"), QStringLiteral("inputpanelBG.png"),
+    QStringLiteral("input-label.png"), QStringLiteral("inputBtn1.png"),
+    QStringLiteral("input-ok1.png"), QStringLiteral("dipIcon0.png"), QStringLiteral("dipIcon1.png"),
+    QStringLiteral("input-left1.png"), QStringLiteral("inputBtn.png") };
 
 void TestVocabulary::imagesResolve_data()
 {

@@ -40,8 +40,7 @@ inline void clearEvents()
 }
 
 // Collects everything written to the debug stream while it lives.
-class DebugCapture
-{
+class DebugCapture {
 public:
     DebugCapture()
     {
