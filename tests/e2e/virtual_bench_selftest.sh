@@ -6,7 +6,7 @@ set -u
 src=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 vb=$src/sim/virtual-bench
 failures=0
-scratch=$(mktemp -d /tmp/virtual-bench-selftest.XXXXXX)
+scratch=$(mktemp -d "${TMPDIR:-/tmp}/virtual-bench-selftest.XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 
 check() { # DESCRIPTION COMMAND...
