@@ -29,7 +29,6 @@ BurninTestInterface::~BurninTestInterface()
 {
     if (timerId)
         killTimer(timerId);
-    // The port stays as it is until the process ends.
 }
 
 void BurninTestInterface::setupUi()
@@ -66,6 +65,8 @@ void BurninTestInterface::setupUi()
 void BurninTestInterface::init(const QString &portPath)
 {
     port = new Interface;
+    // The port lives as long as the screen, which lives as long as the process.
+    port->setParent(this);
     port->setting(
         new DeviceSetting(RS232, portPath, 115200, 8, 0, 0), new DriverSetting(100, 1, 0, 0));
 

@@ -163,6 +163,8 @@ void CommunicationTest::createInterface(const QString &port, device_type type)
         return;
 
     auto *created = new Interface;
+    // Also a child, so that a screen destroyed after its event loop has ended frees it.
+    created->setParent(this);
     created->setting(
         new DeviceSetting(type, path, 115200, 8, 0, 0), new DriverSetting(100, 1, 0, 0));
     currentPort = created;
