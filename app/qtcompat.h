@@ -8,12 +8,12 @@
 // Geometry of the default screen (the whole panel).
 QRect screenGeometry();
 
-// QSignalMapper's typed signals: mapped(int)/mapped(QString) in Qt 5, mappedInt/mappedString
-// in Qt 6.
+// QSignalMapper's typed signals: mappedInt/mappedString from Qt 5.15 on (the deprecated
+// mapped(int)/mapped(QString) are compiled out here), mapped() before.
 template <typename Receiver, typename Slot>
 void connectMappedInt(QSignalMapper *mapper, const Receiver *receiver, Slot slot)
 {
-#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+#if QT_VERSION >= QT_VERSION_CHECK(5, 15, 0)
     QObject::connect(mapper, &QSignalMapper::mappedInt, receiver, slot);
 #else
     QObject::connect(mapper, QOverload<int>::of(&QSignalMapper::mapped), receiver, slot);
@@ -23,7 +23,7 @@ void connectMappedInt(QSignalMapper *mapper, const Receiver *receiver, Slot slot
 template <typename Receiver, typename Slot>
 void connectMappedString(QSignalMapper *mapper, const Receiver *receiver, Slot slot)
 {
-#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+#if QT_VERSION >= QT_VERSION_CHECK(5, 15, 0)
     QObject::connect(mapper, &QSignalMapper::mappedString, receiver, slot);
 #else
     QObject::connect(mapper, QOverload<const QString &>::of(&QSignalMapper::mapped), receiver, slot);
