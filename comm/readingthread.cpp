@@ -74,7 +74,8 @@ void ReadingThread::run()
             continue;
         }
         buffer.resize(count);
-        Q_EMIT updateBuffer(count, buffer);
+        // A copy of its own for the receiver, so the buffer is never shared across threads.
+        Q_EMIT updateBuffer(count, QByteArray(buffer.constData(), count));
         if (echo == 1) {
             QThread::msleep(1);
             interface->write(buffer.constData(), count);
