@@ -5,10 +5,10 @@
 #include <QApplication>
 
 const QString FunctionButton::StyleSheet = QStringLiteral(
-        "QPushButton{\n\tfont: 16pt \"Microsoft JhengHei\";\n\tcolor: rgb(215, 215, 215);\n"
-        "    border-image: url(:/img/plain button.png) 0 0 0 0 stretch stretch;    outline: 0;\n"
-        "}QPushButton:Pressed{\n\tfont: 16pt \"Microsoft JhengHei\";\n\tcolor: rgb(255, 255, 255);\n"
-        "    border-image: url(:/img/plain button1.png) 0 0 0 0 stretch stretch;    outline: 0;\n}\n");
+    "QPushButton{\n\tfont: 16pt \"Microsoft JhengHei\";\n\tcolor: rgb(215, 215, 215);\n"
+    "    border-image: url(:/img/plain button.png) 0 0 0 0 stretch stretch;    outline: 0;\n"
+    "}QPushButton:Pressed{\n\tfont: 16pt \"Microsoft JhengHei\";\n\tcolor: rgb(255, 255, 255);\n"
+    "    border-image: url(:/img/plain button1.png) 0 0 0 0 stretch stretch;    outline: 0;\n}\n");
 
 FunctionButton::FunctionButton(const QString &text, QWidget *parent) : QPushButton(text, parent)
 {

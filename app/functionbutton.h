@@ -3,8 +3,7 @@
 
 #include <QPushButton>
 
-class FunctionButton : public QPushButton
-{
+class FunctionButton : public QPushButton {
     Q_OBJECT
 public:
     explicit FunctionButton(const QString &text, QWidget *parent = nullptr);

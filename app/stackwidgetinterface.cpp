@@ -37,7 +37,8 @@ StackWidgetInterface::~StackWidgetInterface() = default;
 void StackWidgetInterface::init()
 {
     continueButton = new FunctionButton(tr("Continue"));
-    connect(continueButton, &QPushButton::clicked, this, &StackWidgetInterface::continueButtonClicked);
+    connect(
+        continueButton, &QPushButton::clicked, this, &StackWidgetInterface::continueButtonClicked);
     layOutContinuePage(this, continueButton);
 }
 

@@ -6,8 +6,7 @@
 
 class FunctionButton;
 
-class StackWidgetInterface : public QWidget
-{
+class StackWidgetInterface : public QWidget {
     Q_OBJECT
 public:
     explicit StackWidgetInterface(QWidget *parent = nullptr);

@@ -1,0 +1,3 @@
+#include "batterypowerinterface.h"
+
+BatteryPowerInterface::BatteryPowerInterface(QWidget *parent) : QWidget(parent) { }

@@ -1,0 +1,650 @@
+// The main widget: modes by DIP value, pages, network set-up, calibration restore, popup
+// buttons and the walk through the bench sequence. Runs only inside a virtual unit: it
+// reconfigures eth0 and deletes files under /brimdale.
+#include "backlightinterface.h"
+#include "batterypowerinterface.h"
+#include "benchtest.h"
+#include "functionbutton.h"
+#include "functionkeys.h"
+#include "functiontestinterface.h"
+#include "portnames.h"
+#include "testsupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QNetworkInterface>
+#include <QScreen>
+#include <QStackedWidget>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace TestSupport;
+
+namespace {
+const QString ShellLog = QStringLiteral("/tmp/shell.log");
+const QString FakeBin = QStringLiteral("/tmp/fakebin");
+const QString ConfigDir = QStringLiteral("/brimdale/configs");
+
+QStringList shellCommands()
+{
+    QFile file(ShellLog);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+bool hasDefaultRouteVia(const QString &gatewayHex)
+{
+    QFile file(QStringLiteral("/proc/net/route"));
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+    for (const QString &line : lines) {
+        const QStringList f = line.split(QLatin1Char('\t'), Qt::SkipEmptyParts);
+        if (f.size() > 2 && f.at(0) == QLatin1String("eth0") && f.at(1) == QLatin1String("00000000")
+            && f.at(2) == gatewayHex)
+            return true;
+    }
+    return false;
+}
+
+QStringList eth0Addresses()
+{
+    QStringList result;
+    for (const QNetworkAddressEntry &entry :
+        QNetworkInterface::interfaceFromName(QStringLiteral("eth0")).addressEntries()) {
+        if (entry.ip().protocol() == QAbstractSocket::IPv4Protocol)
+            result << entry.ip().toString();
+    }
+    return result;
+}
+
+QString readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+void writeFile(const QString &path, const QByteArray &data)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(data);
+}
+} // namespace
+
+class TestBenchTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void networkSetUpBenchMode();
+    void networkSetUpSlaveTester();
+    void startServicesInOrder();
+    void benchAndMenuBuildTheSamePages();
+    void menuModeShowsTheMenu();
+    void unknownDipValue_data();
+    void unknownDipValue();
+    void burnInBuildsNoBenchPages();
+    void noCalibrationBackupRunsNothing();
+    void calibrationBackupIsRestored();
+    void popupButtons();
+    void popupButtonsSmallScreen();
+    void sequence_data();
+    void sequence();
+    void walkReachesErrorListAfterLastStage_data();
+    void walkReachesErrorListAfterLastStage();
+    void startGate();
+    void startGateNotInMenuMode();
+    void duplicateExitSignalIgnored();
+    void nextButtonAdvancesWithClick();
+    void againRepeatsWithoutMovingStage();
+    void usbPageLabels();
+    void communicationStopSilentInMenuMode();
+    void nextTestName_data();
+    void nextTestName();
+    void whiteScreenDoesNothing();
+    void unknownKeys_data();
+    void unknownKeys();
+    void strayErrorMessageDropped();
+    void switchesFlippedWhileRunning();
+
+private:
+    QStackedWidget *stack(BenchTest &b) { return b.stackedWidget; }
+    int stage(BenchTest &b) { return b.currentStage; }
+    QMap<int, QString> sequenceOf(BenchTest &b) { return b.benchTestSequence; }
+    int pageForKey(BenchTest &b, const QString &key);
+    QStringList pageClasses(BenchTest &b);
+};
+
+void TestBenchTest::initTestCase()
+{
+    // Refuse to run anywhere but in a virtual unit.
+    QVERIFY2(qEnvironmentVariable("BENCHTEST_SIM_DIR") == QLatin1String("/sim")
+            && QDir(QStringLiteral("/sim")).exists(),
+        "this test reconfigures eth0 and deletes files: run it in sim/virtual-unit");
+
+    // Record every shell command the program runs, then let the real tool do its work.
+    QVERIFY(QDir().mkpath(FakeBin));
+    for (const QString &tool : { QStringLiteral("ifconfig"), QStringLiteral("route"),
+             QStringLiteral("rm"), QStringLiteral("cp") }) {
+        const QString real = QStandardPaths::findExecutable(tool,
+            { QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin"), QStringLiteral("/sbin"),
+                QStringLiteral("/bin") });
+        QVERIFY2(!real.isEmpty(), qPrintable(tool));
+        const QString script = QStringLiteral("#!/bin/sh\necho \"%1 $*\" >> %2\nexec %3 \"$@\"\n")
+                                   .arg(tool, ShellLog, real);
+        writeFile(FakeBin + QLatin1Char('/') + tool, script.toUtf8());
+        QFile::setPermissions(FakeBin + QLatin1Char('/') + tool,
+            QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    qputenv("PATH", (FakeBin + QLatin1Char(':') + qEnvironmentVariable("PATH")).toUtf8());
+    QVERIFY(QDir().mkpath(ConfigDir));
+}
+
+void TestBenchTest::init()
+{
+    QFile::remove(ShellLog);
+    clearEvents();
+    writeSim(QStringLiteral("dip"), QStringLiteral("0"));
+    writeSim(QStringLiteral("model"), QStringLiteral("7"));
+    QFile::remove(ConfigDir + QStringLiteral("/tspointercal.lastgood"));
+}
+
+void TestBenchTest::cleanup()
+{
+    writeSim(QStringLiteral("dip"), QStringLiteral("0"));
+}
+
+int TestBenchTest::pageForKey(BenchTest &b, const QString &key)
+{
+    if (key == TouchPanelFunction)
+        return b.calibrationPageIndex;
+    if (key == BrightnessFunction)
+        return b.brightnessPageIndex;
+    if (key == DateTimeFunction)
+        return b.rtcPageIndex;
+    if (key == BacklightFunction)
+        return b.backlightPageIndex;
+    if (key == KeyAndLedFunction)
+        return b.keyAndLedPageIndex;
+    if (key == DipSwitchesFunction)
+        return b.dipSwitchPageIndex;
+    if (key.startsWith(QLatin1String("com")) || key == EthernetFunction)
+        return b.communicationPageIndex;
+    if (key == UsbDeviceFunction)
+        return b.usbPageIndex;
+    if (key == QLatin1String("Error Device List"))
+        return b.errorListPageIndex;
+    return -2;
+}
+
+QStringList TestBenchTest::pageClasses(BenchTest &b)
+{
+    QStringList classes;
+    for (int i = 0; i < b.stackedWidget->count(); ++i)
+        classes << QString::fromLatin1(b.stackedWidget->widget(i)->metaObject()->className());
+    return classes;
+}
+
+void TestBenchTest::networkSetUpBenchMode()
+{
+    BenchTest bench;
+    QCOMPARE(shellCommands(),
+        (QStringList { QStringLiteral("ifconfig eth0 192.168.90.69"),
+            QStringLiteral("route add default gw 192.168.90.1") }));
+    QVERIFY(eth0Addresses().contains(QStringLiteral("192.168.90.69")));
+    // The gateway is only reachable once eth0 has its address, so the route proves the order.
+    QVERIFY(hasDefaultRouteVia(QStringLiteral("015AA8C0")));
+}
+
+void TestBenchTest::networkSetUpSlaveTester()
+{
+    writeSim(QStringLiteral("dip"), QStringLiteral("273"));
+    BenchTest bench;
+    QCOMPARE(shellCommands(),
+        (QStringList { QStringLiteral("ifconfig eth0 192.168.90.89"),
+            QStringLiteral("route add default gw 192.168.90.1") }));
+    QVERIFY(eth0Addresses().contains(QStringLiteral("192.168.90.89")));
+    QCOMPARE(stack(bench)->count(), 1);
+}
+
+void TestBenchTest::startServicesInOrder()
+{
+    BenchTest bench;
+    const QStringList log = events();
+    QVERIFY(log.size() >= 3);
+    QCOMPARE(log.mid(0, 3),
+        (QStringList { QStringLiteral("param-load"), QStringLiteral("param-save"),
+            QStringLiteral("buzzer-enable 1") }));
+}
+
+void TestBenchTest::benchAndMenuBuildTheSamePages()
+{
+    QStringList benchPages, menuPages;
+    {
+        BenchTest bench;
+        benchPages = pageClasses(bench);
+        QCOMPARE(bench.startPageIndex, 0);
+        QCOMPARE(bench.functionTestPageIndex, 1);
+        QCOMPARE(bench.sparePageIndex, 2);
+        QCOMPARE(bench.communicationPageIndex, 3);
+        QCOMPARE(bench.macPageIndex, 4);
+        QCOMPARE(bench.usbPageIndex, 5);
+        QCOMPARE(bench.brightnessPageIndex, 6);
+        QCOMPARE(bench.backlightPageIndex, 7);
+        QCOMPARE(bench.batteryPageIndex, 8);
+        QCOMPARE(bench.lcmPageIndex, 9);
+        QCOMPARE(bench.keyAndLedPageIndex, 10);
+        QCOMPARE(bench.rtcPageIndex, 11);
+        QCOMPARE(bench.calibrationPageIndex, 12);
+        QCOMPARE(bench.dipSwitchPageIndex, 13);
+        QCOMPARE(bench.errorListPageIndex, 14);
+    }
+    writeSim(QStringLiteral("dip"), QStringLiteral("1"));
+    {
+        BenchTest menu;
+        menuPages = pageClasses(menu);
+    }
+    QCOMPARE(benchPages.size(), 15);
+    QCOMPARE(menuPages, benchPages);
+    QCOMPARE(benchPages.at(1), QStringLiteral("FunctionTestInterface"));
+    QCOMPARE(benchPages.at(7), QStringLiteral("BacklightInterface"));
+    QCOMPARE(benchPages.at(8), QStringLiteral("BatteryPowerInterface"));
+}
+
+void TestBenchTest::menuModeShowsTheMenu()
+{
+    writeSim(QStringLiteral("dip"), QStringLiteral("1"));
+    BenchTest bench;
+    QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
+    // The start page's timer belongs to the bench walk only: the menu stays.
+    QTest::qWait(400);
+    QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
+    QCOMPARE(stage(bench), -1);
+    QVERIFY(!bench.startButton->isVisible());
+}
+
+void TestBenchTest::unknownDipValue_data()
+{
+    QTest::addColumn<QString>("dip");
+    for (const char *value :
+        { "2", "16", "256", "0x100", "258", "272", "274", "0x1000", "0x1111", "4294967295" })
+        QTest::newRow(value) << QString::fromLatin1(value);
+}
+
+void TestBenchTest::unknownDipValue()
+{
+    QFETCH(QString, dip);
+    writeSim(QStringLiteral("dip"), dip);
+    DebugCapture capture;
+    BenchTest bench;
+    QTest::qWait(300);
+    QCOMPARE(stack(bench)->count(), 0);
+    QCOMPARE(capture.messages.count(QStringLiteral("Unknown Dip Switch Value!")), 1);
+    QCOMPARE(shellCommands(), QStringList());
+}
+
+void TestBenchTest::burnInBuildsNoBenchPages()
+{
+    writeSim(QStringLiteral("dip"), QStringLiteral("0x101"));
+    BenchTest bench;
+    QCOMPARE(stack(bench)->count(), 1);
+    QCOMPARE(stack(bench)->currentIndex(), bench.burninPageIndex);
+    QCOMPARE(shellCommands(), QStringList());
+}
+
+void TestBenchTest::noCalibrationBackupRunsNothing()
+{
+    writeFile(ConfigDir + QStringLiteral("/tspointercal"), "1 0 0 0 1 0 65536 800 480\n");
+    BenchTest bench;
+    for (const QString &command : shellCommands())
+        QVERIFY2(
+            !command.startsWith(QLatin1String("rm ")) && !command.startsWith(QLatin1String("cp ")),
+            qPrintable(command));
+    QCOMPARE(readFile(ConfigDir + QStringLiteral("/tspointercal")),
+        QStringLiteral("1 0 0 0 1 0 65536 800 480\n"));
+}
+
+void TestBenchTest::calibrationBackupIsRestored()
+{
+    writeFile(ConfigDir + QStringLiteral("/tspointercal"), "half written");
+    writeFile(ConfigDir + QStringLiteral("/tspointercal.lastgood"), "5 6 7 8 9 10 65536 800 480\n");
+    BenchTest bench;
+    QCOMPARE(shellCommands().mid(2),
+        (QStringList { QStringLiteral("rm /brimdale/configs/tspointercal"),
+            QStringLiteral(
+                "cp /brimdale/configs/tspointercal.lastgood /brimdale/configs/tspointercal"),
+            QStringLiteral("rm /brimdale/configs/tspointercal.lastgood") }));
+    QCOMPARE(readFile(ConfigDir + QStringLiteral("/tspointercal")),
+        QStringLiteral("5 6 7 8 9 10 65536 800 480\n"));
+    QVERIFY(!QFile::exists(ConfigDir + QStringLiteral("/tspointercal.lastgood")));
+    // The first stage was started before the restore.
+    QCOMPARE(stage(bench), 0);
+    QCOMPARE(stack(bench)->currentIndex(), bench.startPageIndex);
+}
+
+void TestBenchTest::popupButtons()
+{
+    if (QGuiApplication::primaryScreen()->geometry().size() != QSize(800, 480))
+        QSKIP("runs on the 800x480 unit; the 480x272 unit runs popupButtonsSmallScreen");
+    BenchTest bench;
+    QCOMPARE(bench.startButton->size(), QSize(224, 42));
+    QCOMPARE(bench.startButton->pos(), QPoint(287, 218));
+    QCOMPARE(bench.againButton->pos(), QPoint(165, 320));
+    QCOMPARE(bench.nextButton->pos(), QPoint(409, 320));
+    QCOMPARE(bench.startButton->text(), QStringLiteral("Start"));
+    QCOMPARE(bench.againButton->text(), QStringLiteral("Again"));
+    QCOMPARE(bench.nextButton->text(), QStringLiteral("Next"));
+    QCOMPARE(bench.nextButton->objectName(), QStringLiteral("nextbutton"));
+    for (FunctionButton *button : { bench.startButton, bench.againButton, bench.nextButton }) {
+        QVERIFY(button->isWindow());
+        QVERIFY(button->windowFlags() & Qt::FramelessWindowHint);
+        QVERIFY(!button->isVisible());
+    }
+}
+
+void TestBenchTest::popupButtonsSmallScreen()
+{
+    // Selected by name on the 480x272 unit (see CMakeLists.txt); the full run is on 800x480.
+    if (QCoreApplication::arguments().size() < 2)
+        QSKIP("runs on the 480x272 unit");
+    QCOMPARE(QGuiApplication::primaryScreen()->geometry().size(), QSize(480, 272));
+    BenchTest bench;
+    QCOMPARE(bench.startButton->size(), QSize(145, 42));
+    QCOMPARE(bench.startButton->pos(), QPoint(167, 114));
+    QCOMPARE(bench.againButton->pos(), QPoint(84, 180));
+    QCOMPARE(bench.nextButton->pos(), QPoint(249, 180));
+}
+
+void TestBenchTest::sequence_data()
+{
+    QTest::addColumn<int>("model");
+    QTest::addColumn<QStringList>("stages");
+    const QStringList small { TouchPanelFunction, BrightnessFunction, DateTimeFunction,
+        BacklightFunction, DipSwitchesFunction, Com1RS232Function, Com1RS422Function,
+        Com1RS485Function, EthernetFunction, UsbDeviceFunction };
+    const QStringList large { TouchPanelFunction, BrightnessFunction, DateTimeFunction,
+        BacklightFunction, KeyAndLedFunction, DipSwitchesFunction, Com1RS232Function,
+        Com1RS422Function, Com1RS485Function, Com2RS232Function, Com2RS422Function,
+        Com2RS485Function, Com3RS232Function, Com3RS485Function, EthernetFunction,
+        UsbDeviceFunction };
+    QTest::newRow("model 4") << 4 << small;
+    QTest::newRow("model 0") << 0 << large;
+    QTest::newRow("model 3") << 3 << large;
+    QTest::newRow("model 5") << 5 << large;
+    QTest::newRow("model 7") << 7 << large;
+}
+
+void TestBenchTest::sequence()
+{
+    QFETCH(int, model);
+    QFETCH(QStringList, stages);
+    writeSim(QStringLiteral("model"), QString::number(model));
+    BenchTest bench;
+    const QMap<int, QString> map = sequenceOf(bench);
+    QCOMPARE(map.value(0), QStringLiteral("Bench Test Start"));
+    for (int i = 0; i < stages.size(); ++i)
+        QCOMPARE(map.value(i + 1), stages.at(i));
+    QCOMPARE(map.value(99), QStringLiteral("Error Device List"));
+    QCOMPARE(map.size(), stages.size() + 2);
+}
+
+void TestBenchTest::walkReachesErrorListAfterLastStage_data()
+{
+    QTest::addColumn<int>("model");
+    QTest::addColumn<int>("errorListStage");
+    QTest::newRow("model 4") << 4 << 11;
+    QTest::newRow("model 0") << 0 << 17;
+    QTest::newRow("model 5") << 5 << 17;
+}
+
+void TestBenchTest::walkReachesErrorListAfterLastStage()
+{
+    QFETCH(int, model);
+    QFETCH(int, errorListStage);
+    writeSim(QStringLiteral("model"), QString::number(model));
+    BenchTest bench;
+    QCOMPARE(stage(bench), 0);
+    QCOMPARE(stack(bench)->currentIndex(), bench.startPageIndex);
+    // The blank start page leads to the first test by itself.
+    QTRY_COMPARE(stage(bench), 1);
+    const QMap<int, QString> map = sequenceOf(bench);
+    for (int s = 1; s <= errorListStage; ++s) {
+        QCOMPARE(stage(bench), s);
+        const QString key = map.value(s, QStringLiteral("Error Device List"));
+        QCOMPARE(stack(bench)->currentIndex(), pageForKey(bench, key));
+        if (s < errorListStage)
+            bench.nextStage();
+    }
+    QCOMPARE(stack(bench)->currentIndex(), bench.errorListPageIndex);
+    // Every stage number past the list is the error list too.
+    bench.nextStage();
+    QCOMPARE(stack(bench)->currentIndex(), bench.errorListPageIndex);
+}
+
+void TestBenchTest::startGate()
+{
+    BenchTest bench;
+    bench.show();
+    bench.callFunction(Com1RS232Function);
+    QCOMPARE(stack(bench)->currentIndex(), bench.communicationPageIndex);
+    QVERIFY(bench.startButton->isVisible());
+    DebugCapture capture;
+    QTest::mouseClick(bench.startButton, Qt::LeftButton);
+    QCOMPARE(capture.messages, QStringList { QStringLiteral("startButtonClicked") });
+    QVERIFY(!bench.startButton->isVisible());
+    QVERIFY(!bench.waitForStart);
+    // Asked for once per power-on.
+    bench.callFunction(Com1RS232Function);
+    QVERIFY(!bench.startButton->isVisible());
+}
+
+void TestBenchTest::startGateNotInMenuMode()
+{
+    writeSim(QStringLiteral("dip"), QStringLiteral("1"));
+    BenchTest bench;
+    bench.show();
+    bench.callFunction(Com1RS232Function);
+    QCOMPARE(stack(bench)->currentIndex(), bench.communicationPageIndex);
+    QVERIFY(!bench.startButton->isVisible());
+}
+
+void TestBenchTest::duplicateExitSignalIgnored()
+{
+    BenchTest bench;
+    QTRY_COMPARE(stage(bench), 1);
+    // Walk to the backlight stage (4 on every model).
+    while (stage(bench) < 4)
+        bench.nextStage();
+    QCOMPARE(stack(bench)->currentIndex(), bench.backlightPageIndex);
+    Q_EMIT bench.backlightInterface->exitSignal();
+    QCOMPARE(stage(bench), 5);
+    Q_EMIT bench.backlightInterface->exitSignal();
+    QCOMPARE(stage(bench), 5);
+    Q_EMIT bench.backlightInterface->exitSignal();
+    QCOMPARE(stage(bench), 5);
+}
+
+void TestBenchTest::nextButtonAdvancesWithClick()
+{
+    BenchTest bench;
+    QTRY_COMPARE(stage(bench), 1);
+    bench.callFunction(UsbDeviceFunction);
+    bench.communicationStop();
+    QVERIFY(bench.nextButton->isVisible());
+    clearEvents();
+    QTest::mouseClick(bench.nextButton, Qt::LeftButton);
+    QCOMPARE(events(), QStringList { QStringLiteral("sound 2") });
+    QCOMPARE(stage(bench), 2);
+    QVERIFY(!bench.nextButton->isVisible());
+    QVERIFY(!bench.againButton->isVisible());
+}
+
+void TestBenchTest::againRepeatsWithoutMovingStage()
+{
+    BenchTest bench;
+    QTRY_COMPARE(stage(bench), 1);
+    bench.callFunction(UsbDeviceFunction);
+    for (int i = 0; i < 5; ++i) {
+        bench.communicationStop();
+        QVERIFY(bench.againButton->isVisible());
+        clearEvents();
+        QTest::mouseClick(bench.againButton, Qt::LeftButton);
+        QCOMPARE(events(), QStringList { QStringLiteral("sound 2") });
+        QVERIFY(!bench.againButton->isVisible());
+        QVERIFY(!bench.nextButton->isVisible());
+        QCOMPARE(stage(bench), 1);
+        QCOMPARE(stack(bench)->currentIndex(), bench.usbPageIndex);
+    }
+}
+
+void TestBenchTest::usbPageLabels()
+{
+    writeSim(QStringLiteral("model"), QStringLiteral("4"));
+    BenchTest bench;
+    bench.callFunction(UsbDeviceFunction);
+    bench.communicationStop();
+    QCOMPARE(bench.againButton->text(), QStringLiteral("Again "));
+    QCOMPARE(bench.nextButton->text(), QStringLiteral("Next "));
+    QVERIFY(bench.againButton->isVisible());
+    QVERIFY(bench.nextButton->isVisible());
+}
+
+void TestBenchTest::communicationStopSilentInMenuMode()
+{
+    writeSim(QStringLiteral("dip"), QStringLiteral("1"));
+    BenchTest bench;
+    bench.callFunction(UsbDeviceFunction);
+    bench.communicationStop();
+    QVERIFY(!bench.againButton->isVisible());
+    QVERIFY(!bench.nextButton->isVisible());
+    QCOMPARE(bench.againButton->text(), QStringLiteral("Again"));
+}
+
+void TestBenchTest::nextTestName_data()
+{
+    QTest::addColumn<int>("model");
+    QTest::addColumn<QString>("device");
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QString>("next");
+    QTest::newRow("4 COM1 RS232") << 4 << COMPORT1 << "RS232"
+                                  << "RS422";
+    QTest::newRow("4 COM1 RS422 (on COM2)") << 4 << COMPORT2 << "RS422"
+                                            << "RS485";
+    QTest::newRow("4 COM1 RS485 (on COM2)") << 4 << COMPORT2 << "RS485"
+                                            << "Ethernet";
+    QTest::newRow("4 Ethernet") << 4 << "Ethernet"
+                                << "Ethernet"
+                                << "USB";
+    QTest::newRow("3 COM1 RS485 still says Ethernet") << 3 << COMPORT1 << "RS485"
+                                                      << "Ethernet";
+    QTest::newRow("0 COM2 RS232") << 0 << COMPORT2 << "RS232"
+                                  << "RS422";
+    QTest::newRow("-1 signed compare") << -1 << COMPORT1 << "RS485"
+                                       << "Ethernet";
+    QTest::newRow("6 COM1 RS232") << 6 << COMPORT1 << "RS232"
+                                  << "RS422";
+    QTest::newRow("6 COM1 RS422") << 6 << COMPORT1 << "RS422"
+                                  << "RS485";
+    QTest::newRow("6 COM1 RS485") << 6 << COMPORT1 << "RS485"
+                                  << "RS232";
+    QTest::newRow("6 COM2 RS232") << 6 << COMPORT2 << "RS232"
+                                  << "RS422";
+    QTest::newRow("6 COM2 RS422") << 6 << COMPORT2 << "RS422"
+                                  << "RS485";
+    QTest::newRow("6 COM2 RS485") << 6 << COMPORT2 << "RS485"
+                                  << "RS232";
+    QTest::newRow("6 COM3 RS232") << 6 << COMPORT3 << "RS232"
+                                  << "RS485";
+    QTest::newRow("6 COM3 RS485") << 6 << COMPORT3 << "RS485"
+                                  << "Ethernet";
+    QTest::newRow("6 Ethernet") << 6 << "Ethernet"
+                                << "Ethernet"
+                                << "USB";
+    QTest::newRow("7 COM3 RS422 unknown") << 7 << COMPORT3 << "RS422"
+                                          << "";
+    QTest::newRow("7 USB page") << 7 << ""
+                                << ""
+                                << "";
+}
+
+void TestBenchTest::nextTestName()
+{
+    QFETCH(int, model);
+    QFETCH(QString, device);
+    QFETCH(QString, kind);
+    QFETCH(QString, next);
+    QCOMPARE(BenchTest::nextTestName(model, device, kind), next);
+}
+
+void TestBenchTest::whiteScreenDoesNothing()
+{
+    BenchTest bench;
+    QTRY_COMPARE(stage(bench), 1);
+    const int page = stack(bench)->currentIndex();
+    DebugCapture capture;
+    bench.callFunction(WhiteScreenFunction);
+    QCOMPARE(stack(bench)->currentIndex(), page);
+    QCOMPARE(stage(bench), 1);
+    QCOMPARE(capture.messages, QStringList());
+}
+
+void TestBenchTest::unknownKeys_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("exit") << ExitFunction << "Unknown name: \"exit\"";
+    QTest::newRow("menu label") << "Touch panel"
+                                << "Unknown name: \"Touch panel\"";
+    QTest::newRow("trailing blank") << "lcm "
+                                    << "Unknown name: \"lcm \"";
+    QTest::newRow("com3 rs422") << "com3 rs422"
+                                << "Unknown name: \"com3 rs422\"";
+}
+
+void TestBenchTest::unknownKeys()
+{
+    QFETCH(QString, key);
+    QFETCH(QString, message);
+    BenchTest bench;
+    QTRY_COMPARE(stage(bench), 1);
+    const int page = stack(bench)->currentIndex();
+    DebugCapture capture;
+    bench.callFunction(key);
+    QCOMPARE(capture.messages, QStringList { message });
+    QCOMPARE(stack(bench)->currentIndex(), page);
+}
+
+void TestBenchTest::strayErrorMessageDropped()
+{
+    writeSim(QStringLiteral("dip"), QStringLiteral("273"));
+    BenchTest bench;
+    bench.errorMessageUpdate(QStringLiteral("COM port 1 RS232 test"), QStringLiteral("fail!"));
+    QCOMPARE(stack(bench)->count(), 1);
+}
+
+void TestBenchTest::switchesFlippedWhileRunning()
+{
+    BenchTest bench;
+    QTRY_COMPARE(stage(bench), 1);
+    // The bench pages serve the menu too.
+    writeSim(QStringLiteral("dip"), QStringLiteral("1"));
+    bench.nextStage();
+    QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
+    QCOMPARE(stage(bench), 1);
+    // The slave tester's page was never built: say so and change nothing.
+    writeSim(QStringLiteral("dip"), QStringLiteral("273"));
+    DebugCapture capture;
+    bench.nextStage();
+    QCOMPARE(capture.messages,
+        QStringList { QStringLiteral(
+            "DIP switches changed since power-on; restart the unit to change mode") });
+    QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
+    QCOMPARE(stack(bench)->count(), 15);
+}
+
+QTEST_MAIN(TestBenchTest)
+#include "tst_benchtest.moc"

@@ -1,0 +1,77 @@
+// Helpers shared by the tests: the simulated unit's state files and the debug stream.
+#pragma once
+
+#include <QFile>
+#include <QStringList>
+#include <QtGlobal>
+
+namespace TestSupport {
+
+inline QString simPath(const QString &name)
+{
+    const QString dir = qEnvironmentVariable("BENCHTEST_SIM_DIR");
+    return (dir.isEmpty() ? QStringLiteral("/sim") : dir) + QLatin1Char('/') + name;
+}
+
+inline void writeSim(const QString &name, const QString &text)
+{
+    QFile file(simPath(name));
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(text.toUtf8() + '\n');
+}
+
+inline void removeSim(const QString &name)
+{
+    QFile::remove(simPath(name));
+}
+
+// The lines of events.log, oldest first.
+inline QStringList events()
+{
+    QFile file(simPath(QStringLiteral("events.log")));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+inline void clearEvents()
+{
+    QFile::remove(simPath(QStringLiteral("events.log")));
+}
+
+// Collects everything written to the debug stream while it lives.
+class DebugCapture {
+public:
+    DebugCapture()
+    {
+        current() = this;
+        previous = qInstallMessageHandler(&DebugCapture::handler);
+    }
+    ~DebugCapture()
+    {
+        qInstallMessageHandler(previous);
+        current() = nullptr;
+    }
+    DebugCapture(const DebugCapture &) = delete;
+    DebugCapture &operator=(const DebugCapture &) = delete;
+
+    QStringList messages;
+
+private:
+    static DebugCapture *&current()
+    {
+        static DebugCapture *instance = nullptr;
+        return instance;
+    }
+    static void handler(QtMsgType type, const QMessageLogContext &context, const QString &message)
+    {
+        if (type == QtDebugMsg && current())
+            current()->messages.append(message);
+        else if (current() && current()->previous)
+            current()->previous(type, context, message);
+    }
+
+    QtMessageHandler previous = nullptr;
+};
+
+} // namespace TestSupport

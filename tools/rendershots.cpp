@@ -1,0 +1,51 @@
+// Renders the program's screens to PNG files so that a person can look at them without a
+// unit: rendershots OUTDIR. Run it in a virtual unit with the screen size and model wanted;
+// it shows the real BenchTest for the DIP value of the unit, then each page in turn.
+#include "benchtest.h"
+#include "functionbutton.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QScreen>
+#include <QStackedWidget>
+#include <QTest>
+
+int main(int argc, char *argv[])
+{
+    QApplication app(argc, argv);
+    const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral(".");
+    QDir().mkpath(out);
+    const QSize size = QGuiApplication::primaryScreen()->geometry().size();
+    const QString prefix
+        = QStringLiteral("%1/%2x%3-").arg(out).arg(size.width()).arg(size.height());
+
+    BenchTest bench;
+    bench.setGeometry(QGuiApplication::primaryScreen()->geometry());
+    bench.showFullScreen();
+    if (!QTest::qWaitForWindowExposed(&bench))
+        return 1;
+    QTest::qWait(300);
+    auto *stack = bench.findChild<QStackedWidget *>();
+    for (int i = 0; stack && i < stack->count(); ++i) {
+        stack->setCurrentIndex(i);
+        QTest::qWait(100);
+        const QString name = QString::fromLatin1(stack->widget(i)->metaObject()->className());
+        QGuiApplication::primaryScreen()->grabWindow(0).save(QStringLiteral("%1page%2-%3.png")
+                                                                 .arg(prefix)
+                                                                 .arg(i, 2, 10, QLatin1Char('0'))
+                                                                 .arg(name));
+    }
+    // The popup buttons over the communication page, as the worker sees them after a test.
+    for (QWidget *w : QApplication::topLevelWidgets()) {
+        if (auto *b = qobject_cast<FunctionButton *>(w)) {
+            if (b->text() == QLatin1String("Start") || b->text() == QLatin1String("Again")
+                || b->text() == QLatin1String("Next")) {
+                b->show();
+                b->raise();
+            }
+        }
+    }
+    QTest::qWait(200);
+    QGuiApplication::primaryScreen()->grabWindow(0).save(prefix + QStringLiteral("popups.png"));
+    return 0;
+}
