@@ -202,6 +202,14 @@ void TcpEchoServer::loop()
         ::close(c);
 }
 
+QStringList unitPlugs()
+{
+    const QStringList plugs = qEnvironmentVariable("BENCHTEST_COMM_PLUGS").split(QLatin1Char(','));
+    if (plugs.size() != 3 || !QFile::exists(QStringLiteral("/dev/ttyO0")))
+        return {};
+    return plugs;
+}
+
 QStringList openFilePaths()
 {
     QStringList paths;

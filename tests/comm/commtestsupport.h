@@ -90,6 +90,10 @@ private:
     std::thread worker;
 };
 
+// What CTest plugged into COM1..COM3 of the virtual unit the test runs in ("loop" or
+// "none" each), from BENCHTEST_COMM_PLUGS="loop,none,loop"; empty outside such a unit.
+QStringList unitPlugs();
+
 // Paths that this process holds open (from /proc/self/fd).
 QStringList openFilePaths();
 

@@ -121,6 +121,26 @@ private Q_SLOTS:
         QCOMPARE(pane(screen, "rxTextEdit")->toPlainText(), rx);
     }
 
+    // COM1 of the virtual unit with the plug CTest put in.
+    void unitCom1()
+    {
+        const QStringList plugs = unitPlugs();
+        if (plugs.isEmpty())
+            QSKIP("needs a virtual unit with BENCHTEST_COMM_PLUGS");
+        BurninTestInterface screen;
+        screen.run();
+        QTRY_VERIFY(!pane(screen, "txTextEdit")->toPlainText().isEmpty());
+        if (plugs.at(0) == QLatin1String("loop")) {
+            QTRY_VERIFY(!pane(screen, "rxTextEdit")->toPlainText().isEmpty());
+            QVERIFY(isContiguousRun(pane(screen, "rxTextEdit")->toPlainText()));
+        } else {
+            // Several ticks, each waiting its 100 ms for an answer that does not come.
+            QTest::qWait(400);
+            QVERIFY(!pane(screen, "txTextEdit")->toPlainText().isEmpty());
+            QCOMPARE(pane(screen, "rxTextEdit")->toPlainText(), QString());
+        }
+    }
+
     void portThatCannotBeOpenedIsRetriedEveryTick()
     {
         PtyPartner partner(PtyPartner::Echo);

@@ -470,6 +470,47 @@ private Q_SLOTS:
         QVERIFY(isContiguousRun(rx));
     }
 
+    // The unit's own ports with the plugs CTest put in: the results tell which port was used.
+    void unitPorts_data()
+    {
+        QTest::addColumn<int>("model");
+        QTest::addColumn<QString>("port");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<int>("usedPort");
+        QTest::newRow("com1 rs232") << 7 << COMPORT1 << 16 << "COM port 1 RS232 test" << 0;
+        QTest::newRow("com1 rs485") << 7 << COMPORT1 << 64 << "COM port 1 RS485 test" << 0;
+        QTest::newRow("com2 rs422") << 7 << COMPORT2 << 32 << "COM port 2 RS422 test" << 1;
+        QTest::newRow("com3 rs485") << 7 << COMPORT3 << 64 << "COM port 3 RS485 test" << 2;
+        QTest::newRow("model 4 com1 rs232") << 4 << COMPORT1 << 16 << "COM port 1 RS232 test" << 0;
+        QTest::newRow("model 4 com1 rs422") << 4 << COMPORT1 << 32 << "COM port 1 RS422 test" << 1;
+        QTest::newRow("model 4 com1 rs485") << 4 << COMPORT1 << 64 << "COM port 1 RS485 test" << 1;
+    }
+
+    void unitPorts()
+    {
+        const QStringList plugs = unitPlugs();
+        if (plugs.isEmpty())
+            QSKIP("needs a virtual unit with BENCHTEST_COMM_PLUGS");
+        QFETCH(int, model);
+        QFETCH(QString, port);
+        QFETCH(int, kind);
+        QFETCH(int, usedPort);
+        sim.setModel(model);
+        CommunicationTest test;
+        Report report;
+        record(&test, &report);
+        test.setTransferLimit(3744);
+        test.createInterface(port, device_type(kind));
+        test.run();
+        QTRY_COMPARE_WITH_TIMEOUT(
+            report.order, QStringList({ "errorMessage", "transferStop" }), 20000);
+        QTEST(report.device, "title");
+        QCOMPARE(report.result,
+            plugs.at(usedPort) == QLatin1String("loop") ? QStringLiteral("ok!")
+                                                        : QStringLiteral("fail!"));
+    }
+
     void rxUpdated()
     {
         CommunicationTest test;
