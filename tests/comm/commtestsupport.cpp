@@ -202,6 +202,23 @@ void TcpEchoServer::loop()
         ::close(c);
 }
 
+bool looksLikeEchoedRun(const QString &text, int length)
+{
+    int stretch = text.isEmpty() ? 0 : 1;
+    int longest = stretch;
+    for (int i = 0; i < text.size(); ++i) {
+        const int c = text.at(i).unicode();
+        if (c < 33 || c > 126)
+            return false;
+        if (i > 0) {
+            const int previous = text.at(i - 1).unicode();
+            stretch = c == (previous == 126 ? 33 : previous + 1) ? stretch + 1 : 1;
+            longest = qMax(longest, stretch);
+        }
+    }
+    return longest >= length;
+}
+
 QStringList unitPlugs()
 {
     const QStringList plugs = qEnvironmentVariable("BENCHTEST_COMM_PLUGS").split(QLatin1Char(','));

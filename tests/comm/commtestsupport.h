@@ -102,6 +102,9 @@ QStringList openFilePaths();
 QByteArray printableRun(int length, int after = 32);
 // True when every character of text follows its predecessor in the printable run.
 bool isContiguousRun(const QString &text);
+// What came back over a line: only characters of the run, and at least one stretch of
+// `length` that follows the run (an echo cut by a busy machine may join two pieces).
+bool looksLikeEchoedRun(const QString &text, int length = 64);
 
 // A fresh simulator state directory for this test process, so that the panel model is the
 // test's choice wherever the test runs.

@@ -74,11 +74,11 @@ private Q_SLOTS:
         auto sample = [&] {
             const QString tx = pane(screen, "txTextEdit")->toPlainText();
             const QString rx = pane(screen, "rxTextEdit")->toPlainText();
-            if (!isContiguousRun(tx) || !isContiguousRun(rx))
+            if (!isContiguousRun(tx) || !(rx.isEmpty() || looksLikeEchoedRun(rx, 1)))
                 broken = true;
             longest = qMax(longest, qMax(tx.size(), rx.size()));
-            return !tx.isEmpty() && !rx.isEmpty() && txRanges.count() > 0 && rxRanges.count() > 0
-                && partner.receivedCount() >= 64 * 300;
+            return !tx.isEmpty() && looksLikeEchoedRun(rx) && txRanges.count() > 0
+                && rxRanges.count() > 0 && partner.receivedCount() >= 64 * 300;
         };
         QTRY_VERIFY_WITH_TIMEOUT(sample(), 30000);
         QVERIFY(!broken);
@@ -109,8 +109,7 @@ private Q_SLOTS:
         QCOMPARE(pane(screen, "rxTextEdit")->toPlainText(), QString());
 
         partner.setMode(PtyPartner::Echo);
-        QTRY_VERIFY(!pane(screen, "rxTextEdit")->toPlainText().isEmpty());
-        QVERIFY(isContiguousRun(pane(screen, "rxTextEdit")->toPlainText()));
+        QTRY_VERIFY(looksLikeEchoedRun(pane(screen, "rxTextEdit")->toPlainText()));
 
         // Unplugged again: the received pane stands still while the sent pane goes on.
         partner.setMode(PtyPartner::Drain);
@@ -131,8 +130,7 @@ private Q_SLOTS:
         screen.run();
         QTRY_VERIFY(!pane(screen, "txTextEdit")->toPlainText().isEmpty());
         if (plugs.at(0) == QLatin1String("loop")) {
-            QTRY_VERIFY(!pane(screen, "rxTextEdit")->toPlainText().isEmpty());
-            QVERIFY(isContiguousRun(pane(screen, "rxTextEdit")->toPlainText()));
+            QTRY_VERIFY(looksLikeEchoedRun(pane(screen, "rxTextEdit")->toPlainText()));
         } else {
             // Several ticks, each waiting its 100 ms for an answer that does not come.
             QTest::qWait(400);

@@ -467,7 +467,9 @@ private Q_SLOTS:
         QVERIFY(tx.size() < partner.receivedCount());
         QVERIFY(rx.size() < partner.receivedCount());
         QVERIFY(isContiguousRun(tx));
-        QVERIFY(isContiguousRun(rx));
+        // Whole echoed blocks only.
+        QCOMPARE(rx.size() % 64, 0);
+        QVERIFY(rx.isEmpty() || looksLikeEchoedRun(rx, 1));
     }
 
     // The unit's own ports with the plugs CTest put in: the results tell which port was used.
