@@ -20,6 +20,11 @@ function(benchtest_add_test)
             ${T_UNIT}
             -- $<TARGET_FILE:${T_TARGET}> ${T_ARGS})
     set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
+    if(BENCHTEST_SANITIZE)
+        set_property(TEST ${T_NAME} APPEND PROPERTY ENVIRONMENT
+            "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
+            "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1")
+    endif()
 endfunction()
 
 # One Qt Test executable from one source file, linked with the given libraries, run in a

@@ -33,32 +33,38 @@ speed_t speedFor(int baudRate)
     }
 }
 
-qint64 nowMs()
+// Monotonic time in microseconds: waits are rounded up to whole milliseconds for poll(), so a
+// 1 ms inter-byte gap is never cut short by the clock ticking over.
+qint64 nowUs()
 {
     timespec ts;
     clock_gettime(CLOCK_MONOTONIC, &ts);
-    return qint64(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+    return qint64(ts.tv_sec) * 1000000 + ts.tv_nsec / 1000;
 }
 
-void sleepMs(int ms)
+int msUntil(qint64 deadlineUs)
 {
-    if (ms <= 0)
+    return int((qMax<qint64>(0, deadlineUs - nowUs()) + 999) / 1000);
+}
+
+void sleepUntil(qint64 deadlineUs)
+{
+    const qint64 us = deadlineUs - nowUs();
+    if (us <= 0)
         return;
-    timespec ts{ms / 1000, (ms % 1000) * 1000000L};
+    timespec ts{time_t(us / 1000000), long(us % 1000000) * 1000L};
     while (nanosleep(&ts, &ts) < 0 && errno == EINTR) {
     }
 }
 
-// Waits until fd is readable. 1: data, 0: time-out, -1: the line hung up or failed. A hung-up
-// line (a pseudo-terminal whose other end is gone) would report itself at once on every
-// call, so the caller's time-out is slept out here rather than spinning.
-int waitReadable(int fd, int timeoutMs)
+// Waits until fd is readable or the deadline (nowUs() time) has passed. 1: something to read
+// (data, or the end of file of a hung-up line), 0: time-out, -1: the line failed with
+// nothing to read (errno says why).
+int waitReadable(int fd, qint64 deadline)
 {
-    const qint64 deadline = nowMs() + timeoutMs;
     for (;;) {
         pollfd p{fd, POLLIN, 0};
-        const int remaining = int(qMax<qint64>(0, deadline - nowMs()));
-        const int r = poll(&p, 1, remaining);
+        const int r = poll(&p, 1, msUntil(deadline));
         if (r < 0 && errno == EINTR)
             continue;
         if (r < 0)
@@ -67,7 +73,7 @@ int waitReadable(int fd, int timeoutMs)
             return 0;
         if (p.revents & POLLIN)
             return 1;
-        sleepMs(int(qMax<qint64>(0, deadline - nowMs())));
+        errno = (p.revents & POLLNVAL) ? EBADF : EIO;
         return -1;
     }
 }
@@ -203,24 +209,35 @@ int Interface::read(char *data, int size)
     const int gap = qMax(1, m_driver ? m_driver->interByteGap : DefaultInterByteGap);
 
     int got = 0;
-    int wait = firstWait;
+    qint64 deadline = nowUs() + qint64(firstWait) * 1000;
     while (got < size) {
-        const int ready = waitReadable(m_fd, wait);
+        const int ready = waitReadable(m_fd, deadline);
         if (ready == 0)
             break;
-        if (ready < 0) {
+        if (ready > 0) {
+            const ssize_t r = ::read(m_fd, data + got, size_t(size - got));
+            if (r > 0) {
+                got += int(r);
+                deadline = nowUs() + qint64(gap) * 1000;
+                continue;
+            }
+            if (r < 0 && (errno == EAGAIN || errno == EINTR)) {
+                if (nowUs() >= deadline)
+                    break;
+                continue;
+            }
+            if (r == 0)
+                m_error = m_device->port + QLatin1String(": the line hung up");
+            else
+                setError(m_device->port);
+        } else {
             setError(m_device->port);
-            break;
         }
-        const ssize_t r = ::read(m_fd, data + got, size_t(size - got));
-        if (r > 0) {
-            got += int(r);
-            wait = gap;
-        } else if (r < 0 && errno != EAGAIN && errno != EINTR) {
-            setError(m_device->port);
-            sleepMs(wait);
-            break;
-        }
+        // A hung-up or failed line (a pseudo-terminal whose other end is gone) reports itself
+        // readable again at once, with nothing to read. Sleeping out the wait keeps callers
+        // that poll read() in a loop from spinning.
+        sleepUntil(deadline);
+        break;
     }
     return got;
 }
@@ -231,7 +248,7 @@ int Interface::write(const char *data, int size)
         m_error = QStringLiteral("port not open");
         return -1;
     }
-    const qint64 deadline = nowMs() + WriteTimeout;
+    const qint64 deadline = nowUs() + qint64(WriteTimeout) * 1000;
     int sent = 0;
     while (sent < size) {
         const ssize_t w = ::write(m_fd, data + sent, size_t(size - sent));
@@ -243,13 +260,17 @@ int Interface::write(const char *data, int size)
             setError(m_device->port);
             break;
         }
-        const int remaining = int(deadline - nowMs());
-        if (remaining <= 0) {
+        if (nowUs() >= deadline) {
             m_error = QStringLiteral("write timed out");
             break;
         }
         pollfd p{m_fd, POLLOUT, 0};
-        poll(&p, 1, remaining);
+        if (poll(&p, 1, msUntil(deadline)) > 0 && !(p.revents & POLLOUT)) {
+            // Hung up or failed: it would report itself at once again and again.
+            errno = (p.revents & POLLNVAL) ? EBADF : EIO;
+            setError(m_device->port);
+            break;
+        }
     }
     return sent;
 }

@@ -19,7 +19,8 @@ void Fram::load_param()
     SimState::logEvent(QStringLiteral("param-load"));
     const QByteArray header = FramImage::read(0, 2);
     const unsigned int length = uchar(header[0]) | (uchar(header[1]) << 8);
-    parameters = FramImage::read(0, 4 + length);
+    // Only what fram.bin holds: save_param() must not pad a short (damaged) image.
+    parameters = FramImage::read(0, 4 + length).left(int(FramImage::storedSize()));
 }
 
 void Fram::save_param()
@@ -65,10 +66,7 @@ int Fram::getMonitorModel()
 std::pair<int, int> Fram::getMonitorPixel()
 {
     int width = 800, height = 480;
-    if (!SimState::readPair(QStringLiteral("pixels"), &width, &height)) {
-        SimState::warn(QStringLiteral("pixels"), QStringLiteral("using 800 480"));
-        return {800, 480};
-    }
+    SimState::readPair(QStringLiteral("pixels"), &width, &height);
     return {width, height};
 }
 

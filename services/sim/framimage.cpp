@@ -4,6 +4,7 @@
 #include "simstate.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 namespace FramImage {
 
@@ -24,10 +25,16 @@ void ensure()
 {
     QFile file(SimState::path(FileName));
     if (file.exists()) {
-        if (file.size() != qint64(FM25V02_SIZE))
+        const qint64 size = file.size();
+        if (size < qint64(FM25V02_SIZE))
             SimState::warn(FileName,
                            QStringLiteral("is %1 bytes, expected %2; reading past its end gives 0")
-                                   .arg(file.size())
+                                   .arg(size)
+                                   .arg(FM25V02_SIZE));
+        else if (size > qint64(FM25V02_SIZE))
+            SimState::warn(FileName,
+                           QStringLiteral("is %1 bytes, expected %2; bytes past %2 are ignored")
+                                   .arg(size)
                                    .arg(FM25V02_SIZE));
         return;
     }
@@ -39,16 +46,28 @@ void ensure()
     file.write(freshImage());
 }
 
+unsigned int insideChip(unsigned int address, unsigned int length)
+{
+    return address < FM25V02_SIZE ? qMin(length, FM25V02_SIZE - address) : 0;
+}
+
+unsigned int storedSize()
+{
+    ensure();
+    return unsigned(qBound<qint64>(0, QFileInfo(SimState::path(FileName)).size(), FM25V02_SIZE));
+}
+
 QByteArray read(unsigned int address, unsigned int length)
 {
     ensure();
-    QByteArray data(int(length), '\0');
-    if (address >= FM25V02_SIZE)
+    // The chip ends at 32 KiB even when the file is longer.
+    QByteArray data(int(insideChip(address, length)), '\0');
+    if (data.isEmpty())
         return data;
     QFile file(SimState::path(FileName));
     if (!file.open(QIODevice::ReadOnly) || !file.seek(address))
         return data;
-    const QByteArray got = file.read(length);
+    const QByteArray got = file.read(data.size());
     data.replace(0, got.size(), got);
     return data;
 }
@@ -56,10 +75,10 @@ QByteArray read(unsigned int address, unsigned int length)
 void write(unsigned int address, const QByteArray &data)
 {
     ensure();
-    if (address >= FM25V02_SIZE)
-        return;
     // The chip ends at 32 KiB; bytes past it are dropped as the chip would.
-    const QByteArray bytes = data.left(int(FM25V02_SIZE - address));
+    const QByteArray bytes = data.left(int(insideChip(address, unsigned(data.size()))));
+    if (bytes.isEmpty())
+        return;
     QFile file(SimState::path(FileName));
     if (!file.open(QIODevice::ReadWrite) || !file.seek(address)) {
         SimState::warn(FileName, QStringLiteral("cannot be written (%1)").arg(file.errorString()));

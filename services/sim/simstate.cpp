@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QMutex>
+#include <QRegularExpression>
 #include <QSet>
 #include <QStringList>
 
@@ -27,6 +28,30 @@ bool parseNumber(const QString &text, long long *value)
 }
 } // namespace
 
+QString quoted(const QString &text)
+{
+    // At most this many characters of a file are shown, so that a stray binary or a huge
+    // file still gives one readable line.
+    constexpr int Shown = 40;
+    QString out = QStringLiteral("\"");
+    for (int i = 0; i < text.size() && i < Shown; ++i) {
+        const QChar c = text.at(i);
+        if (c == QLatin1Char('\n'))
+            out += QLatin1String("\\n");
+        else if (c == QLatin1Char('\r'))
+            out += QLatin1String("\\r");
+        else if (c == QLatin1Char('\t'))
+            out += QLatin1String("\\t");
+        else if (c.unicode() < 0x20 || c.unicode() == 0x7f)
+            out += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            out += c;
+    }
+    if (text.size() > Shown)
+        out += QLatin1String("...");
+    return out + QLatin1Char('"');
+}
+
 QString directory()
 {
     const QString dir = qEnvironmentVariable("BENCHTEST_SIM_DIR");
@@ -40,12 +65,14 @@ QString path(const QString &name)
 
 void warn(const QString &name, const QString &problem)
 {
+    // Keyed on the whole line, so a state directory changed at run time is complained about
+    // afresh.
+    const QString line = QStringLiteral("benchtest sim: %1: %2\n").arg(path(name), problem);
     QMutexLocker lock(&warnMutex);
-    const QString key = name + QLatin1Char('\n') + problem;
-    if (warned.contains(key))
+    if (warned.contains(line))
         return;
-    warned.insert(key);
-    std::fprintf(stderr, "benchtest sim: %s: %s\n", qPrintable(path(name)), qPrintable(problem));
+    warned.insert(line);
+    std::fputs(line.toLocal8Bit().constData(), stderr);
     std::fflush(stderr);
 }
 
@@ -54,7 +81,10 @@ QString readText(const QString &name)
     QFile file(path(name));
     if (!file.open(QIODevice::ReadOnly))
         return QString();
-    return QString::fromUtf8(file.readAll()).trimmed();
+    // An empty file must read as empty text, not as a missing file (fromUtf8 of an empty
+    // array is a null string).
+    const QString text = QString::fromUtf8(file.readAll()).trimmed();
+    return text.isNull() ? QStringLiteral("") : text;
 }
 
 bool writeText(const QString &name, const QString &text)
@@ -77,7 +107,9 @@ long long readNumber(const QString &name, long long defaultValue)
     }
     long long value = 0;
     if (!parseNumber(text, &value)) {
-        warn(name, QStringLiteral("\"%1\" is not a number, using %2").arg(text).arg(defaultValue));
+        // One arg() call: the file's text may itself contain "%2".
+        warn(name, QStringLiteral("%1 is not a number, using %2")
+                           .arg(quoted(text), QString::number(defaultValue)));
         return defaultValue;
     }
     return value;
@@ -85,14 +117,19 @@ long long readNumber(const QString &name, long long defaultValue)
 
 bool readPair(const QString &name, int *first, int *second)
 {
+    const QString defaults = QStringLiteral("%1 %2").arg(*first).arg(*second);
     const QString text = readText(name);
-    if (text.isNull())
+    if (text.isNull()) {
+        warn(name, QStringLiteral("missing, using %1").arg(defaults));
         return false;
-    const QStringList parts = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    }
+    const QStringList parts = text.split(QRegularExpression(QStringLiteral("[ \t]+")),
+                                         Qt::SkipEmptyParts);
     long long a = 0, b = 0;
     if (parts.size() != 2 || !parseNumber(parts.at(0), &a) || !parseNumber(parts.at(1), &b)
         || a <= 0 || b <= 0 || a > 100000 || b > 100000) {
-        warn(name, QStringLiteral("\"%1\" is not two positive numbers").arg(text));
+        warn(name, QStringLiteral("%1 is not two positive numbers, using %2")
+                           .arg(quoted(text), defaults));
         return false;
     }
     *first = int(a);
