@@ -12,7 +12,7 @@
 #include <QTimerEvent>
 
 namespace {
-constexpr int BlockSize = 64;
+constexpr int BlockSize = TestBlockSize;
 constexpr int ReadTimeout = 99;
 } // namespace
 
@@ -97,13 +97,7 @@ void BurninTestInterface::timerEvent(QTimerEvent *event)
 
 QByteArray BurninTestInterface::dataToWrite()
 {
-    QByteArray block(BlockSize, Qt::Uninitialized);
-    for (int i = 0; i < BlockSize; ++i) {
-        if (++character > 126)
-            character = 33;
-        block[i] = char(character);
-    }
-    return block;
+    return nextTestBlock(character);
 }
 
 void BurninTestInterface::writeData()

@@ -18,7 +18,7 @@
 #include <utility>
 
 namespace {
-constexpr int BlockSize = 64;
+constexpr int BlockSize = TestBlockSize;
 constexpr int SerialPeriod = 1;
 constexpr int EthernetPeriod = 10;
 constexpr int ReadTimeout = 99;
@@ -236,13 +236,7 @@ void CommunicationTest::resetUI()
 
 QByteArray CommunicationTest::dataToWrite()
 {
-    QByteArray block(BlockSize, Qt::Uninitialized);
-    for (int i = 0; i < BlockSize; ++i) {
-        if (++character > 126)
-            character = 33;
-        block[i] = char(character);
-    }
-    return block;
+    return nextTestBlock(character);
 }
 
 void CommunicationTest::commTest()
