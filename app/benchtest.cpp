@@ -8,7 +8,11 @@
 
 #include "backlightinterface.h"
 #include "batterypowerinterface.h"
+#include "burnintestinterface.h"
+#include "communicationtest.h"
+#include "errordevicelistinterface.h"
 #include "functiontestinterface.h"
+#include "testerinterface.h"
 
 #include <QBoxLayout>
 #include <QDebug>
@@ -114,8 +118,15 @@ void BenchTest::initBenchTestPages()
 
     sparePageIndex = stackedWidget->addWidget(new QWidget);
 
-    // Blank until the communication screen lands (comm/).
-    communicationPageIndex = stackedWidget->addWidget(new QWidget);
+    communicationTest = new CommunicationTest;
+    // On the bench a serial or Ethernet test ends after this many bytes; elsewhere it runs on.
+    if (dipSwitchValue() == BenchMode)
+        communicationTest->setTransferLimit(qint16(QStringLiteral("0EA0").toInt(nullptr, 16)));
+    communicationPageIndex = stackedWidget->addWidget(communicationTest);
+    connect(communicationTest, &CommunicationTest::transferStop, this,
+        &BenchTest::communicationStop);
+    connect(communicationTest, &CommunicationTest::errorMessage, this,
+        &BenchTest::errorMessageUpdate);
     // Blank until the MAC screen lands (mac/).
     macPageIndex = stackedWidget->addWidget(new QWidget);
     // Blank until the USB test lands (usb/).
@@ -136,8 +147,9 @@ void BenchTest::initBenchTestPages()
     rtcPageIndex = stackedWidget->addWidget(new QWidget);
     calibrationPageIndex = stackedWidget->addWidget(new QWidget);
     dipSwitchPageIndex = stackedWidget->addWidget(new QWidget);
-    // Blank until the error device list lands (comm/).
-    errorListPageIndex = stackedWidget->addWidget(new QWidget);
+    errorDeviceList = new ErrorDeviceListInterface;
+    errorListPageIndex = stackedWidget->addWidget(errorDeviceList);
+    connect(errorDeviceList, &ErrorDeviceListInterface::exitSignal, this, &BenchTest::inputMAC);
 
     initBenchTestSequence();
 }
@@ -221,24 +233,28 @@ void BenchTest::restoreCalibration()
 
 void BenchTest::initTesterPage()
 {
-    // Blank until the slave tester screen lands (comm/).
-    testerPageIndex = stackedWidget->addWidget(new QWidget);
+    testerInterface = new TesterInterface;
+    testerPageIndex = stackedWidget->addWidget(testerInterface);
 }
 
 void BenchTest::initBurninTestPage()
 {
-    // Blank until the burn-in screen lands (comm/).
-    burninPageIndex = stackedWidget->addWidget(new QWidget);
+    burninTestInterface = new BurninTestInterface;
+    burninPageIndex = stackedWidget->addWidget(burninTestInterface);
 }
 
 void BenchTest::runTester()
 {
     showPage(testerPageIndex);
+    if (testerInterface)
+        testerInterface->run();
 }
 
 void BenchTest::runBurnInTest()
 {
     showPage(burninPageIndex);
+    if (burninTestInterface)
+        burninTestInterface->run();
 }
 
 void BenchTest::runFunctionTest()
@@ -308,11 +324,11 @@ void BenchTest::runBenchTest()
 
 void BenchTest::startCommunication(const QString &port, device_type kind, bool runNow)
 {
-    // Blank until the communication screen lands (comm/): it takes the port and kind here
-    // and runs when runNow is set.
-    Q_UNUSED(port);
-    Q_UNUSED(kind);
-    Q_UNUSED(runNow);
+    if (!communicationTest)
+        return;
+    communicationTest->createInterface(port, kind);
+    if (runNow)
+        communicationTest->run();
 }
 
 void BenchTest::callFunction(QString key)
@@ -386,7 +402,8 @@ void BenchTest::callFunction(QString key)
 void BenchTest::startButtonClicked()
 {
     qDebug() << "startButtonClicked";
-    startCommunication(QString(), device_type(0), true);
+    if (communicationTest)
+        communicationTest->run();
     startButton->hide();
     waitForStart = false;
 }
@@ -428,8 +445,12 @@ void BenchTest::communicationStop()
         return;
     QString kind;
     QString next;
-    // Filled from the communication screen once it lands (comm/); the USB page leaves both
-    // texts empty.
+    // The USB page leaves both texts empty.
+    if (communicationTest && stackedWidget->currentIndex() == communicationPageIndex) {
+        kind = communicationTest->currentSerial();
+        next = nextTestName(Fram::getInstance()->getMonitorModel(),
+            communicationTest->currentDevice(), kind);
+    }
     againButton->setText(tr("Again %1").arg(kind));
     nextButton->setText(tr("Next %1").arg(next));
     showPopup(againButton);
@@ -441,15 +462,17 @@ void BenchTest::rerun()
     Fram::getInstance()->makeSound(2);
     againButton->hide();
     nextButton->hide();
-    // Repeats the test of the current page once the communication (comm/) and USB (usb/)
-    // screens land.
+    // The communication test repeats with the port configured last. The USB test repeats
+    // once its screen lands (usb/).
+    if (communicationTest && stackedWidget->currentIndex() == communicationPageIndex)
+        communicationTest->run();
 }
 
 void BenchTest::errorMessageUpdate(QString device, QString result)
 {
-    // Forwarded to the error device list once it lands (comm/); dropped until then.
-    Q_UNUSED(device);
-    Q_UNUSED(result);
+    // Only the bench and menu modes have the list; a stray report elsewhere is dropped.
+    if (errorDeviceList)
+        errorDeviceList->updateDeviceStatus(device, result);
 }
 
 void BenchTest::inputMAC()

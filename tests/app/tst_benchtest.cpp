@@ -4,6 +4,7 @@
 #include "backlightinterface.h"
 #include "batterypowerinterface.h"
 #include "benchtest.h"
+#include "communicationtest.h"
 #include "functionbutton.h"
 #include "functionkeys.h"
 #include "functiontestinterface.h"
@@ -14,6 +15,7 @@
 #include <QFile>
 #include <QNetworkInterface>
 #include <QScreen>
+#include <QSignalSpy>
 #include <QStackedWidget>
 #include <QStandardPaths>
 #include <QTest>
@@ -110,6 +112,9 @@ private Q_SLOTS:
     void unknownKeys();
     void strayErrorMessageDropped();
     void switchesFlippedWhileRunning();
+    void againFiveTimesOnCom2Rs422();
+    void largeModelNextLabels_data();
+    void largeModelNextLabels();
 
 private:
     QStackedWidget *stack(BenchTest &b) { return b.stackedWidget; }
@@ -644,6 +649,58 @@ void TestBenchTest::switchesFlippedWhileRunning()
             "DIP switches changed since power-on; restart the unit to change mode") });
     QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
     QCOMPARE(stack(bench)->count(), 15);
+}
+
+void TestBenchTest::againFiveTimesOnCom2Rs422()
+{
+    BenchTest bench;
+    bench.show();
+    QTRY_COMPARE(stage(bench), 1);
+    // Past the "Start" gate, which only the first COM1 RS232 stage has.
+    bench.waitForStart = false;
+    QSignalSpy stops(bench.communicationTest, &CommunicationTest::transferStop);
+    QVERIFY(stops.isValid());
+    bench.callFunction(Com2RS422Function);
+    // Nothing is plugged into COM2 here: each run ends after its first block.
+    QTRY_COMPARE(stops.count(), 1);
+    QVERIFY(bench.againButton->isVisible());
+    QCOMPARE(bench.againButton->text(), QStringLiteral("Again RS422"));
+    QCOMPARE(bench.nextButton->text(), QStringLiteral("Next RS485"));
+    for (int i = 2; i <= 6; ++i) {
+        QTest::mouseClick(bench.againButton, Qt::LeftButton);
+        QTRY_COMPARE(stops.count(), i);
+        QCOMPARE(bench.communicationTest->currentSerial(), QStringLiteral("RS422"));
+        QCOMPARE(bench.communicationTest->currentDevice(), COMPORT2);
+    }
+    QCOMPARE(stage(bench), 1);
+    QCOMPARE(stack(bench)->currentIndex(), bench.communicationPageIndex);
+}
+
+void TestBenchTest::largeModelNextLabels_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("again");
+    QTest::addColumn<QString>("next");
+    QTest::newRow("COM2 RS485") << Com2RS485Function << "Again RS485"
+                                << "Next RS232";
+    QTest::newRow("COM3 RS232") << Com3RS232Function << "Again RS232"
+                                << "Next RS485";
+    QTest::newRow("COM3 RS485") << Com3RS485Function << "Again RS485"
+                                << "Next Ethernet";
+}
+
+void TestBenchTest::largeModelNextLabels()
+{
+    QFETCH(QString, key);
+    QFETCH(QString, again);
+    QFETCH(QString, next);
+    writeSim(QStringLiteral("model"), QStringLiteral("6"));
+    BenchTest bench;
+    QSignalSpy stops(bench.communicationTest, &CommunicationTest::transferStop);
+    bench.callFunction(key);
+    QTRY_COMPARE(stops.count(), 1);
+    QCOMPARE(bench.againButton->text(), again);
+    QCOMPARE(bench.nextButton->text(), next);
 }
 
 QTEST_MAIN(TestBenchTest)

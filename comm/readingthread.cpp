@@ -1,0 +1,85 @@
+#include "readingthread.h"
+
+#include "portnames.h"
+#include "services/interface.h"
+
+namespace {
+constexpr int BlockSize = 64;
+// The port's first-byte time-out: an empty read takes this long.
+constexpr int ReadTimeout = 100;
+} // namespace
+
+ReadingThread::ReadingThread(QObject *parent) : QThread(parent)
+{
+    init(COMPORT2, RS232);
+}
+
+ReadingThread::ReadingThread(const QString &port, device_type type, QObject *parent)
+    : QThread(parent)
+{
+    init(port, type);
+}
+
+void ReadingThread::init(const QString &port, device_type type)
+{
+    interface = new Interface;
+    // An inter-byte gap of 3 ms: a block that the partner sends in one go comes back as one.
+    interface->setting(
+        new DeviceSetting(type, port, 115200, 8, 0, 0), new DriverSetting(100, 3, 0, 0));
+    interface->open();
+    buffer.resize(BlockSize);
+}
+
+ReadingThread::~ReadingThread()
+{
+    // A QThread must not be destroyed while it runs; the loop ends at its next turn.
+    requestInterruption();
+    wait();
+    loopDone.load(std::memory_order_acquire);
+    interface->close();
+    delete interface;
+}
+
+QString ReadingThread::port() const
+{
+    const DeviceSetting *setting = interface->deviceSetting();
+    return setting ? setting->port : QString();
+}
+
+device_type ReadingThread::deviceType() const
+{
+    return interface->deviceType();
+}
+
+void ReadingThread::setEchoFlag(int flag)
+{
+    echo = flag;
+}
+
+int ReadingThread::echoFlag() const
+{
+    return echo;
+}
+
+void ReadingThread::run()
+{
+    while (!isInterruptionRequested()) {
+        buffer.resize(BlockSize);
+        const int count = interface->read(buffer.data(), BlockSize);
+        if (count <= 0) {
+            // A port that could not be opened fails at once; pace it like an empty read
+            // instead of spinning.
+            if (count < 0)
+                QThread::msleep(ReadTimeout);
+            continue;
+        }
+        buffer.resize(count);
+        // A copy of its own for the receiver, so the buffer is never shared across threads.
+        Q_EMIT updateBuffer(count, QByteArray(buffer.constData(), count));
+        if (echo == 1) {
+            QThread::msleep(1);
+            interface->write(buffer.constData(), count);
+        }
+    }
+    loopDone.store(true, std::memory_order_release);
+}
