@@ -123,6 +123,10 @@ void TesterInterface::receieveSocketData()
     const QByteArray data = client->readAll();
     ui->ethernetTextEdit->insertPlainText(zeroTerminatedText(data));
     client->write(data);
+    // Out now, not on a later turn of the event loop: a client that ends its sending side
+    // right after its block would otherwise lose the echo, since the socket closes as soon as
+    // it reads that end.
+    client->flush();
 }
 
 void TesterInterface::textEditUpdate(int count, QByteArray data)
