@@ -14,6 +14,8 @@
 #include <QTimer>
 
 namespace {
+// How long TCP text may wait before it is drawn (a person reads it, a client waits for it).
+constexpr int EthernetPaneDelay = 50;
 constexpr int StartDelay = 50;
 
 // Panels whose serial ports are wired to the bench for the echo.
@@ -71,6 +73,10 @@ void TesterInterface::init()
         }
     }
 
+    ethernetPaneTimer = new QTimer(this);
+    ethernetPaneTimer->setSingleShot(true);
+    ethernetPaneTimer->setInterval(EthernetPaneDelay);
+    connect(ethernetPaneTimer, &QTimer::timeout, this, &TesterInterface::showPendingEthernetText);
     server = new QTcpServer(this);
     server->listen(QHostAddress::Any, TcpPort);
     connect(server, &QTcpServer::newConnection, this, &TesterInterface::createTcpServerConnection);
@@ -121,12 +127,19 @@ void TesterInterface::receieveSocketData()
     if (!client)
         return;
     const QByteArray data = client->readAll();
-    ui->ethernetTextEdit->insertPlainText(zeroTerminatedText(data));
+    // The echo goes out first and at once: a client that ends its sending side right after
+    // its block would otherwise lose it, since the socket closes as soon as it reads that end.
     client->write(data);
-    // Out now, not on a later turn of the event loop: a client that ends its sending side
-    // right after its block would otherwise lose the echo, since the socket closes as soon as
-    // it reads that end.
     client->flush();
+    pendingEthernetText += zeroTerminatedText(data);
+    if (!ethernetPaneTimer->isActive())
+        ethernetPaneTimer->start();
+}
+
+void TesterInterface::showPendingEthernetText()
+{
+    ui->ethernetTextEdit->insertPlainText(pendingEthernetText);
+    pendingEthernetText.clear();
 }
 
 void TesterInterface::textEditUpdate(int count, QByteArray data)

@@ -37,6 +37,7 @@ public Q_SLOTS:
     void textEditUpdate(int count, QByteArray data);
 
 private:
+    void showPendingEthernetText();
     void init();
 
     Ui::TesterInterface *ui = nullptr;
@@ -48,4 +49,8 @@ private:
     QString lastPort;
     QString lastText;
     QStringList paths;
+    // TCP text waiting to be shown: the pane is redrawn a few times a second, not once per
+    // echoed block, so drawing never holds up the next echo.
+    QString pendingEthernetText;
+    QTimer *ethernetPaneTimer = nullptr;
 };
