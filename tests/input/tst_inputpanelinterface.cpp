@@ -204,22 +204,9 @@ private:
     QByteArray originalModel;
 };
 
-namespace {
-QtMessageHandler defaultHandler = nullptr;
-
-// The offscreen platform cannot pass a window's size limits on; it says so for every
-// top-level panel with a layout. Everything else goes through.
-void quietPlatform(QtMsgType type, const QMessageLogContext &context, const QString &message)
-{
-    if (message == QLatin1String("This plugin does not support propagateSizeHints()"))
-        return;
-    defaultHandler(type, context, message);
-}
-} // namespace
-
 void TestInputPanelInterface::initTestCase()
 {
-    defaultHandler = qInstallMessageHandler(quietPlatform);
+    InputTest::installQuietPlatform();
     if (qEnvironmentVariableIsEmpty("BENCHTEST_SIM_DIR")) {
         QVERIFY(simDir.isValid());
         qputenv("BENCHTEST_SIM_DIR", simDir.path().toLocal8Bit());

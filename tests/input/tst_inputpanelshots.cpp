@@ -28,22 +28,9 @@ private:
     QString outputDir;
 };
 
-namespace {
-QtMessageHandler defaultHandler = nullptr;
-
-// The offscreen platform cannot pass a window's size limits on; it says so for every
-// top-level panel with a layout.
-void quietPlatform(QtMsgType type, const QMessageLogContext &context, const QString &message)
-{
-    if (message == QLatin1String("This plugin does not support propagateSizeHints()"))
-        return;
-    defaultHandler(type, context, message);
-}
-} // namespace
-
 void TestInputPanelShots::initTestCase()
 {
-    defaultHandler = qInstallMessageHandler(quietPlatform);
+    InputTest::installQuietPlatform();
     if (qEnvironmentVariableIsEmpty("BENCHTEST_SIM_DIR")) {
         QVERIFY(simDir.isValid());
         qputenv("BENCHTEST_SIM_DIR", simDir.path().toLocal8Bit());
