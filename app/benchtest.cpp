@@ -45,25 +45,6 @@ void runShell(const char *command)
 
 BenchTest::BenchTest(QWidget *parent) : QWidget(parent)
 {
-    startUp();
-}
-
-BenchTest::~BenchTest()
-{
-    delete startButton;
-    delete againButton;
-    delete nextButton;
-}
-
-// Kept beside the constructor for a caller that builds the widget in two steps; nothing in the
-// program calls it.
-void BenchTest::init()
-{
-    startUp();
-}
-
-void BenchTest::startUp()
-{
     // The parameters are written back unchanged at every start.
     Fram *fram = Fram::getInstance();
     fram->load_param();
@@ -73,6 +54,13 @@ void BenchTest::startUp()
     initPopupButtons();
     nextStage();
     restoreCalibration();
+}
+
+BenchTest::~BenchTest()
+{
+    delete startButton;
+    delete againButton;
+    delete nextButton;
 }
 
 unsigned int BenchTest::dipSwitchValue() const

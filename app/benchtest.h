@@ -31,7 +31,6 @@ public:
     explicit BenchTest(QWidget *parent = nullptr);
     ~BenchTest() override;
 
-    void init();
     unsigned int dipSwitchValue() const;
 
     // The test the "Next" button leads to after a communication test of the given device and
@@ -48,7 +47,6 @@ public Q_SLOTS:
     void inputMAC();
 
 private:
-    void startUp();
     void initStackWidget();
     void initBenchTestPages();
     void initBenchTestSequence();
