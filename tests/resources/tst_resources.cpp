@@ -116,7 +116,8 @@ void tst_Resources::collectionHoldsExactlyTheImages()
     QCOMPARE(found, expected);
 }
 
-void tst_Resources::pairsShareTheirSize_data()
+// The normal and pressed faces of every key and button.
+static void addFacePairs()
 {
     QTest::addColumn<QString>("normal");
     QTest::addColumn<QString>("pressed");
@@ -130,6 +131,11 @@ void tst_Resources::pairsShareTheirSize_data()
                                  << "input-right1.png";
     QTest::newRow("input-ok") << "input-ok.png"
                               << "input-ok1.png";
+}
+
+void tst_Resources::pairsShareTheirSize_data()
+{
+    addFacePairs();
     QTest::newRow("dipIcon") << "dipIcon0.png"
                              << "dipIcon1.png";
 }
@@ -144,18 +150,7 @@ void tst_Resources::pairsShareTheirSize()
 
 void tst_Resources::pressedFacesAreDarker_data()
 {
-    QTest::addColumn<QString>("normal");
-    QTest::addColumn<QString>("pressed");
-    QTest::newRow("plain button") << "plain button.png"
-                                  << "plain button1.png";
-    QTest::newRow("inputBtn") << "inputBtn.png"
-                              << "inputBtn1.png";
-    QTest::newRow("input-left") << "input-left.png"
-                                << "input-left1.png";
-    QTest::newRow("input-right") << "input-right.png"
-                                 << "input-right1.png";
-    QTest::newRow("input-ok") << "input-ok.png"
-                              << "input-ok1.png";
+    addFacePairs();
 }
 
 // Light text sits on the faces, and a pressed face must look pushed in: both faces are dark,
