@@ -1,9 +1,10 @@
 #include "benchtest.h"
 
-#include "functionbutton.h"
-#include "functionkeys.h"
-#include "portnames.h"
-#include "qtcompat.h"
+#include "common/functionbutton.h"
+#include "common/functionkeys.h"
+#include "common/panelmodel.h"
+#include "common/portnames.h"
+#include "common/qtcompat.h"
 #include "services/fram.h"
 
 #include "backlightinterface.h"
@@ -111,10 +112,10 @@ void BenchTest::initBenchTestPages()
     if (dipSwitchValue() == BenchMode)
         communicationTest->setTransferLimit(qint16(QStringLiteral("0EA0").toInt(nullptr, 16)));
     communicationPageIndex = stackedWidget->addWidget(communicationTest);
-    connect(communicationTest, &CommunicationTest::transferStop, this,
-        &BenchTest::communicationStop);
-    connect(communicationTest, &CommunicationTest::errorMessage, this,
-        &BenchTest::errorMessageUpdate);
+    connect(
+        communicationTest, &CommunicationTest::transferStop, this, &BenchTest::communicationStop);
+    connect(
+        communicationTest, &CommunicationTest::errorMessage, this, &BenchTest::errorMessageUpdate);
     // Blank until the MAC screen lands (mac/).
     macPageIndex = stackedWidget->addWidget(new QWidget);
     // Blank until the USB test lands (usb/).
@@ -147,7 +148,7 @@ void BenchTest::initBenchTestSequence()
     benchTestSequence.insert(0, BenchTestStartKey);
 
     QStringList stages;
-    if (Fram::getInstance()->getMonitorModel() == 4) {
+    if (PanelModel::isFourInch(Fram::getInstance()->getMonitorModel())) {
         // The small panel: no key and LED, COM1 only.
         stages = QStringList { TouchPanelFunction, BrightnessFunction, DateTimeFunction,
             BacklightFunction, DipSwitchesFunction, Com1RS232Function, Com1RS422Function,
@@ -401,7 +402,7 @@ QString BenchTest::nextTestName(int monitorModel, const QString &device, const Q
     const QString ethernet = QStringLiteral("Ethernet");
     if (device == ethernet)
         return QStringLiteral("USB");
-    if (monitorModel <= 4) {
+    if (PanelModel::hasShortLists(monitorModel)) {
         // The small panels only know the COM1 kinds; the port is not looked at.
         if (kind == QLatin1String("RS232"))
             return QStringLiteral("RS422");
@@ -436,8 +437,8 @@ void BenchTest::communicationStop()
     // The USB page leaves both texts empty.
     if (communicationTest && stackedWidget->currentIndex() == communicationPageIndex) {
         kind = communicationTest->currentSerial();
-        next = nextTestName(Fram::getInstance()->getMonitorModel(),
-            communicationTest->currentDevice(), kind);
+        next = nextTestName(
+            Fram::getInstance()->getMonitorModel(), communicationTest->currentDevice(), kind);
     }
     againButton->setText(tr("Again %1").arg(kind));
     nextButton->setText(tr("Next %1").arg(next));

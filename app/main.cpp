@@ -1,6 +1,6 @@
 // The bench-test program: one full-screen BenchTest whose mode the DIP switches choose.
 #include "benchtest.h"
-#include "qtcompat.h"
+#include "common/qtcompat.h"
 
 #include <QApplication>
 

@@ -1,7 +1,7 @@
 #include "burnintestinterface.h"
 
+#include "common/portnames.h"
 #include "commtext.h"
-#include "portnames.h"
 #include "services/interface.h"
 
 #include <QBoxLayout>

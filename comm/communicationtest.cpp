@@ -1,8 +1,9 @@
 #include "communicationtest.h"
 #include "ui_communicationtest.h"
 
+#include "common/panelmodel.h"
+#include "common/portnames.h"
 #include "commtext.h"
-#include "portnames.h"
 #include "services/fram.h"
 #include "services/interface.h"
 
@@ -146,7 +147,8 @@ void CommunicationTest::createInterface(const QString &port, device_type type)
     mode = 0;
     QString path = port;
     // The small panel's first port is RS232 only; its RS422/RS485 line is the second port.
-    if (Fram::getInstance()->getMonitorModel() == 4 && path == COMPORT1 && type != RS232)
+    if (PanelModel::isFourInch(Fram::getInstance()->getMonitorModel()) && path == COMPORT1
+        && type != RS232)
         path = COMPORT2;
 
     bool found = false;

@@ -1,7 +1,7 @@
 #include "errordevicelistinterface.h"
 
-#include "functionbutton.h"
-#include "qtcompat.h"
+#include "common/functionbutton.h"
+#include "common/qtcompat.h"
 
 #include <QPainter>
 

@@ -1,6 +1,6 @@
 #include "readingthread.h"
 
-#include "portnames.h"
+#include "common/portnames.h"
 #include "services/interface.h"
 
 namespace {

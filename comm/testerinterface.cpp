@@ -1,8 +1,9 @@
 #include "testerinterface.h"
 #include "ui_testerinterface.h"
 
+#include "common/panelmodel.h"
+#include "common/portnames.h"
 #include "commtext.h"
-#include "portnames.h"
 #include "readingthread.h"
 #include "services/fram.h"
 
@@ -17,12 +18,6 @@ namespace {
 // How long TCP text may wait before it is drawn (a person reads it, a client waits for it).
 constexpr int EthernetPaneDelay = 50;
 constexpr int StartDelay = 50;
-
-// Panels whose serial ports are wired to the bench for the echo.
-bool hasSerialEcho(int model)
-{
-    return model == 4 || model == 7 || model == 10 || model == 12 || model == 15;
-}
 } // namespace
 
 TesterInterface::TesterInterface(QWidget *parent)
@@ -55,13 +50,13 @@ TesterInterface::~TesterInterface()
 void TesterInterface::init()
 {
     const int model = Fram::getInstance()->getMonitorModel();
-    if (model == 4) {
+    if (PanelModel::isFourInch(model)) {
         ui->com1Label->setText(QStringLiteral("==== RS232 ===="));
         ui->com2Label->setText(QStringLiteral("==== RS422/RS485 ===="));
         ui->com3Label->hide();
         ui->com3TextEdit->hide();
     }
-    if (hasSerialEcho(model)) {
+    if (PanelModel::echoesSerial(model)) {
         // Every port as RS485: the transceivers of all three lines are then driven by the
         // driver, whatever line the unit under test is checking.
         ReadingThread **threads[] = { &port1Thread, &port2Thread, &port3Thread };

@@ -1,7 +1,8 @@
 #include "inputpanelinterface.h"
 
+#include "common/panelmodel.h"
+#include "common/qtcompat.h"
 #include "inputpanel.h"
-#include "qtcompat.h"
 #include "services/fram.h"
 #include "ui_inputpanelinterface.h"
 #include "ui_inputpanelinterface_4.h"
@@ -17,9 +18,6 @@ const QString keyStyleSheet = QStringLiteral(
     "24pt \"Microsoft JhengHei\";}\nQPushButton:Pressed {\n border-image: "
     "url(:/img/inputBtn1.png) 0 0 0 0 stretch stretch;\n font: 75 24pt \"Microsoft "
     "JhengHei\";}\n");
-
-// Model 4 is the small panel with its own 4-inch layouts.
-const int smallPanelModel = 4;
 
 } // namespace
 
@@ -46,7 +44,7 @@ InputPanelInterface::~InputPanelInterface()
 void InputPanelInterface::init()
 {
     monitorModel = Fram::getInstance()->getMonitorModel();
-    if (monitorModel == smallPanelModel) {
+    if (PanelModel::isFourInch(monitorModel)) {
         if (base == Decimal) {
             ui4 = new Ui::inputpanelinterface_4;
             ui4->setupUi(this);
@@ -77,7 +75,7 @@ void InputPanelInterface::init()
 
 void InputPanelInterface::btnSetting()
 {
-    if (monitorModel == smallPanelModel) {
+    if (PanelModel::isFourInch(monitorModel)) {
         if (base == Decimal)
             mapping4InchDecButtons();
         else

@@ -1,8 +1,9 @@
 #include "functiontestinterface.h"
 
-#include "functionbutton.h"
-#include "functionkeys.h"
-#include "qtcompat.h"
+#include "common/functionbutton.h"
+#include "common/functionkeys.h"
+#include "common/panelmodel.h"
+#include "common/qtcompat.h"
 #include "services/fram.h"
 
 #include <QBoxLayout>
@@ -84,7 +85,7 @@ QList<QPushButton *> FunctionTestInterface::buttons()
 {
     if (!buttonList.isEmpty())
         return buttonList;
-    if (Fram::getInstance()->getMonitorModel() <= 4) {
+    if (PanelModel::hasShortLists(Fram::getInstance()->getMonitorModel())) {
         // The small panels have one serial port and take the MAC from the keyboard.
         buttonList = { touchPanelButton, brightnessButton, dateTimeButton, batteryPowerButton,
             backlightButton, lcmButton, dipSwitchesButton, ethernetButton, com1RS232Button,
@@ -104,7 +105,7 @@ void FunctionTestInterface::init()
 {
     initButtons();
     const QRect screen = screenGeometry();
-    if (screen.width() * screen.height() < 800 * 480)
+    if (PanelModel::isPagedMenuScreen(screen))
         layOutPaged(buttons());
     else
         layOutGrid(buttons());

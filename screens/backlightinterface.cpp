@@ -1,9 +1,9 @@
 #include "backlightinterface.h"
 
-#include "functionbutton.h"
+#include "common/functionbutton.h"
+#include "common/stackwidgetinterface.h"
 #include "services/fram.h"
 #include "services/klcd.h"
-#include "stackwidgetinterface.h"
 
 #include <QPainter>
 #include <QTimerEvent>

@@ -2,7 +2,7 @@
 // unit: rendershots OUTDIR. Run it in a virtual unit with the screen size and model wanted;
 // it shows the real BenchTest for the DIP value of the unit, then each page in turn.
 #include "benchtest.h"
-#include "functionbutton.h"
+#include "common/functionbutton.h"
 
 #include <QApplication>
 #include <QDir>

@@ -4,11 +4,11 @@
 #include "backlightinterface.h"
 #include "batterypowerinterface.h"
 #include "benchtest.h"
+#include "common/functionbutton.h"
+#include "common/functionkeys.h"
+#include "common/portnames.h"
 #include "communicationtest.h"
-#include "functionbutton.h"
-#include "functionkeys.h"
 #include "functiontestinterface.h"
-#include "portnames.h"
 #include "testsupport.h"
 
 #include <QDir>

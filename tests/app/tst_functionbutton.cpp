@@ -1,6 +1,6 @@
 // The common button: its application-wide style and its size on each panel.
-#include "functionbutton.h"
-#include "qtcompat.h"
+#include "common/functionbutton.h"
+#include "common/qtcompat.h"
 
 #include <QApplication>
 #include <QTest>

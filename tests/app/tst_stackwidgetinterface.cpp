@@ -1,6 +1,6 @@
 // The base of the "Continue" screens: its layout is sized once, at construction.
-#include "functionbutton.h"
-#include "stackwidgetinterface.h"
+#include "common/functionbutton.h"
+#include "common/stackwidgetinterface.h"
 
 #include <QBoxLayout>
 #include <QSignalSpy>

@@ -1,7 +1,7 @@
 // The test keys, port paths and image names are compared as texts everywhere: any drift in a
 // single byte breaks the sequence, the menu or a style sheet.
-#include "functionkeys.h"
-#include "portnames.h"
+#include "common/functionkeys.h"
+#include "common/portnames.h"
 
 #include <QDirIterator>
 #include <QFile>

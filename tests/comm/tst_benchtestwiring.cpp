@@ -4,12 +4,12 @@
 // modes starting their screens.
 #include "benchtest.h"
 #include "burnintestinterface.h"
+#include "common/functionbutton.h"
+#include "common/functionkeys.h"
+#include "common/portnames.h"
 #include "commtestsupport.h"
 #include "communicationtest.h"
 #include "errordevicelistinterface.h"
-#include "functionbutton.h"
-#include "functionkeys.h"
-#include "portnames.h"
 #include "readingthread.h"
 #include "testerinterface.h"
 

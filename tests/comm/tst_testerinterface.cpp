@@ -1,7 +1,7 @@
 // The slave tester: its labels per panel model, its serial echo on pseudo-terminals whose far
 // ends this test drives, and its TCP echo to clients on 127.0.0.1.
+#include "common/portnames.h"
 #include "commtestsupport.h"
-#include "portnames.h"
 #include "readingthread.h"
 #include "testerinterface.h"
 
@@ -245,7 +245,8 @@ private Q_SLOTS:
         QByteArray answer;
         QTRY_VERIFY((answer += client.readAll()).size() >= bytes.size());
         QCOMPARE(answer, bytes);
-        QTRY_COMPARE(pane(tester, "ethernetTextEdit")->toPlainText(), QStringLiteral("<b>bold</b>"));
+        QTRY_COMPARE(
+            pane(tester, "ethernetTextEdit")->toPlainText(), QStringLiteral("<b>bold</b>"));
     }
 
     void manyClientsAtOnce()

@@ -3,9 +3,9 @@
 // "Next" and "Again" presses, the results in the error device list, and a pulled COM2 cable.
 #include "benchcable.h"
 #include "benchtest.h"
+#include "common/functionkeys.h"
 #include "communicationtest.h"
 #include "errordevicelistinterface.h"
-#include "functionkeys.h"
 
 #include <QApplication>
 #include <QFile>

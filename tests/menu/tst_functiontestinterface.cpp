@@ -1,8 +1,8 @@
 // The function test menu: which buttons each panel lists and shows, paging, and the keys its
 // buttons emit. Each layout case is run on a unit with that screen and model.
-#include "functionbutton.h"
+#include "common/functionbutton.h"
+#include "common/qtcompat.h"
 #include "functiontestinterface.h"
-#include "qtcompat.h"
 #include "services/fram.h"
 
 #include <QGridLayout>

@@ -1,6 +1,6 @@
-#include "stackwidgetinterface.h"
+#include "common/stackwidgetinterface.h"
 
-#include "functionbutton.h"
+#include "common/functionbutton.h"
 
 #include <QBoxLayout>
 #include <QPainter>

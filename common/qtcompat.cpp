@@ -1,4 +1,4 @@
-#include "qtcompat.h"
+#include "common/qtcompat.h"
 
 #include <QGuiApplication>
 #include <QScreen>

@@ -1,6 +1,6 @@
-#include "functionbutton.h"
+#include "common/functionbutton.h"
 
-#include "qtcompat.h"
+#include "common/qtcompat.h"
 
 #include <QApplication>
 
