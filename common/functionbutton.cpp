@@ -1,5 +1,6 @@
 #include "common/functionbutton.h"
 
+#include "common/panelmodel.h"
 #include "common/qtcompat.h"
 
 #include <QApplication>
@@ -26,11 +27,10 @@ void FunctionButton::init()
 
     // Sized for the two panels the bench knows; other screens keep the natural size.
     const QRect screen = screenGeometry();
-    const int area = screen.width() * screen.height();
-    if (area == 800 * 480)
+    if (PanelModel::isLargePanelScreen(screen))
         setFixedSize(224, 42);
-    else if (area == 480 * 272)
+    else if (PanelModel::isFourInchScreen(screen))
         setFixedSize(145, 42);
-    else if (area < 480 * 272)
+    else if (PanelModel::isBelowFourInchScreen(screen))
         setFixedSize(100, 42);
 }

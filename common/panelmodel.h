@@ -39,4 +39,21 @@ inline bool isPagedMenuScreen(const QRect &screen)
     return screen.width() * screen.height() < 800 * 480;
 }
 
+// Screen classes by area, as the common button sizes itself: the large panel, the 4-inch
+// panel, and anything smaller than that.
+inline bool isLargePanelScreen(const QRect &screen)
+{
+    return screen.width() * screen.height() == 800 * 480;
+}
+
+inline bool isFourInchScreen(const QRect &screen)
+{
+    return screen.width() * screen.height() == 480 * 272;
+}
+
+inline bool isBelowFourInchScreen(const QRect &screen)
+{
+    return screen.width() * screen.height() < 480 * 272;
+}
+
 } // namespace PanelModel
