@@ -22,18 +22,12 @@
 #include <QTimer>
 
 #include <cstdlib>
+#include <functional>
 
 namespace {
 const QString BenchTestStartKey = QStringLiteral("Bench Test Start");
 const QString ErrorDeviceListKey = QStringLiteral("Error Device List");
 const QString CalibrationBackup = QStringLiteral("/brimdale/configs/tspointercal.lastgood");
-
-enum Mode : unsigned int {
-    BenchMode = 0,
-    MenuMode = 1,
-    BurnInMode = 0x101,
-    SlaveTesterMode = 0x111,
-};
 
 void runShell(const char *command)
 {
@@ -43,6 +37,14 @@ void runShell(const char *command)
     Q_UNUSED(status);
 }
 } // namespace
+
+// What callFunction() does for one function key: show the key's page (none when page is
+// null), then run start (nothing more when empty).
+struct BenchTest::KeyAction {
+    QString key;
+    int BenchTest::*page;
+    std::function<void(BenchTest &)> start;
+};
 
 BenchTest::BenchTest(QWidget *parent) : QWidget(parent)
 {
@@ -69,6 +71,43 @@ unsigned int BenchTest::dipSwitchValue() const
     return Fram::getInstance()->getDSWVal();
 }
 
+BenchTest::Mode BenchTest::modeOf(unsigned int dipValue)
+{
+    // One switch per hexadecimal digit: SW4 alone is the menu, SW2 and SW4 the burn-in,
+    // SW2, SW3 and SW4 the slave tester.
+    switch (dipValue) {
+    case 0:
+        return Mode::Bench;
+    case 1:
+        return Mode::Menu;
+    case 0x101:
+        return Mode::BurnIn;
+    case 0x111:
+        return Mode::SlaveTester;
+    default:
+        return Mode::Unknown;
+    }
+}
+
+FunctionButton *BenchTest::popup(Popup which) const
+{
+    switch (which) {
+    case Popup::Start:
+        return startButton;
+    case Popup::Again:
+        return againButton;
+    case Popup::Next:
+        return nextButton;
+    }
+    return nullptr;
+}
+
+int BenchTest::pageOf(const QString &key) const
+{
+    const KeyAction *action = actionFor(key);
+    return action && action->page ? this->*action->page : -1;
+}
+
 void BenchTest::initStackWidget()
 {
     stackedWidget = new QStackedWidget;
@@ -82,17 +121,23 @@ void BenchTest::initStackWidget()
     layout->addWidget(stackedWidget);
     setLayout(layout);
 
-    const unsigned int dip = dipSwitchValue();
-    if (dip == BurnInMode) {
+    switch (modeOf(dipSwitchValue())) {
+    case Mode::BurnIn:
         initBurninTestPage();
-    } else if (dip < 2) {
+        break;
+    case Mode::Bench:
+    case Mode::Menu:
         runShell("ifconfig eth0 192.168.90.69");
         runShell("route add default gw 192.168.90.1");
         initBenchTestPages();
-    } else if (dip == SlaveTesterMode) {
+        break;
+    case Mode::SlaveTester:
         runShell("ifconfig eth0 192.168.90.89");
         runShell("route add default gw 192.168.90.1");
         initTesterPage();
+        break;
+    case Mode::Unknown:
+        break;
     }
 }
 
@@ -109,7 +154,7 @@ void BenchTest::initBenchTestPages()
 
     communicationTest = new CommunicationTest;
     // On the bench a serial or Ethernet test ends after this many bytes; elsewhere it runs on.
-    if (dipSwitchValue() == BenchMode)
+    if (modeOf(dipSwitchValue()) == Mode::Bench)
         communicationTest->setTransferLimit(qint16(QStringLiteral("0EA0").toInt(nullptr, 16)));
     communicationPageIndex = stackedWidget->addWidget(communicationTest);
     connect(
@@ -267,30 +312,30 @@ void BenchTest::nextStage()
 
     // The DIP value is read again on every call; the pages, though, are those of the mode
     // chosen at power-on.
-    const unsigned int dip = dipSwitchValue();
-    if (dip != BenchMode && dip != MenuMode && dip != BurnInMode && dip != SlaveTesterMode) {
+    const Mode mode = modeOf(dipSwitchValue());
+    if (mode == Mode::Unknown) {
         qDebug() << "Unknown Dip Switch Value!";
         return;
     }
-    const bool built = dip == BurnInMode ? burninPageIndex >= 0
-        : dip == SlaveTesterMode         ? testerPageIndex >= 0
-                                         : functionTestPageIndex >= 0;
-    if (!built) {
+    const int modePage = mode == Mode::BurnIn ? burninPageIndex
+        : mode == Mode::SlaveTester           ? testerPageIndex
+                                              : functionTestPageIndex;
+    if (modePage < 0) {
         qDebug() << "DIP switches changed since power-on; restart the unit to change mode";
         return;
     }
 
-    switch (dip) {
-    case MenuMode:
+    switch (mode) {
+    case Mode::Menu:
         runFunctionTest();
         break;
-    case BurnInMode:
+    case Mode::BurnIn:
         runBurnInTest();
         break;
-    case SlaveTesterMode:
+    case Mode::SlaveTester:
         runTester();
         break;
-    default: {
+    case Mode::Bench: {
         // A screen that signals twice must not skip a stage; the communication and USB pages
         // are exempt because "Next" is the sender there every time.
         const int current = stackedWidget->currentIndex();
@@ -302,6 +347,8 @@ void BenchTest::nextStage()
         lastSender = s;
         break;
     }
+    case Mode::Unknown:
+        break;
     }
 }
 
@@ -320,72 +367,73 @@ void BenchTest::startCommunication(const QString &port, device_type kind, bool r
         communicationTest->run();
 }
 
+// The dispatch table, one line per function key, compared in this order. A screen that lands
+// gives its key the call that starts it here; its page member is already in place.
+const QList<BenchTest::KeyAction> &BenchTest::keyActions()
+{
+    const auto serial = [](const QString &port, device_type kind) {
+        return [port, kind](BenchTest &b) { b.startCommunication(port, kind, true); };
+    };
+    // The first serial test of a bench walk waits for the worker to press "Start".
+    const auto gatedSerial = [](const QString &port, device_type kind) {
+        return [port, kind](BenchTest &b) {
+            const bool gate = modeOf(b.dipSwitchValue()) == Mode::Bench && b.waitForStart;
+            b.startCommunication(port, kind, !gate);
+            if (gate)
+                b.showPopup(b.startButton);
+        };
+    };
+    static const QList<KeyAction> actions {
+        { TouchPanelFunction, &BenchTest::calibrationPageIndex, {} },
+        { BrightnessFunction, &BenchTest::brightnessPageIndex, {} },
+        { DateTimeFunction, &BenchTest::rtcPageIndex, {} },
+        { BatteryPowerFunction, &BenchTest::batteryPageIndex, {} },
+        { BacklightFunction, &BenchTest::backlightPageIndex,
+            [](BenchTest &b) { b.backlightInterface->runTimer(); } },
+        { LcmFunction, &BenchTest::lcmPageIndex, {} },
+        { KeyAndLedFunction, &BenchTest::keyAndLedPageIndex, {} },
+        { DipSwitchesFunction, &BenchTest::dipSwitchPageIndex, {} },
+        { EthernetFunction, &BenchTest::communicationPageIndex, serial(IPANDPORT, Ethernet) },
+        { Com1RS232Function, &BenchTest::communicationPageIndex, gatedSerial(COMPORT1, RS232) },
+        { Com1RS422Function, &BenchTest::communicationPageIndex, serial(COMPORT1, RS422) },
+        { Com1RS485Function, &BenchTest::communicationPageIndex, serial(COMPORT1, RS485) },
+        { Com2RS232Function, &BenchTest::communicationPageIndex, serial(COMPORT2, RS232) },
+        { Com2RS422Function, &BenchTest::communicationPageIndex, serial(COMPORT2, RS422) },
+        { Com2RS485Function, &BenchTest::communicationPageIndex, serial(COMPORT2, RS485) },
+        { Com3RS232Function, &BenchTest::communicationPageIndex, serial(COMPORT3, RS232) },
+        { Com3RS485Function, &BenchTest::communicationPageIndex, serial(COMPORT3, RS485) },
+        // Accepted and ignored.
+        { WhiteScreenFunction, nullptr, {} },
+        { UsbHostFunction, &BenchTest::usbPageIndex, {} },
+        { UsbDeviceFunction, &BenchTest::usbPageIndex, {} },
+        { MACFunction, &BenchTest::macPageIndex, {} },
+        { BenchTestStartKey, &BenchTest::startPageIndex,
+            [](BenchTest &b) { QTimer::singleShot(200, &b, &BenchTest::nextStage); } },
+        { ErrorDeviceListKey, &BenchTest::errorListPageIndex, {} },
+    };
+    return actions;
+}
+
+const BenchTest::KeyAction *BenchTest::actionFor(const QString &key)
+{
+    for (const KeyAction &action : keyActions()) {
+        if (action.key == key)
+            return &action;
+    }
+    return nullptr;
+}
+
 void BenchTest::callFunction(QString key)
 {
-    if (key == TouchPanelFunction) {
-        showPage(calibrationPageIndex);
-    } else if (key == BrightnessFunction) {
-        showPage(brightnessPageIndex);
-    } else if (key == DateTimeFunction) {
-        showPage(rtcPageIndex);
-    } else if (key == BatteryPowerFunction) {
-        showPage(batteryPageIndex);
-    } else if (key == BacklightFunction) {
-        showPage(backlightPageIndex);
-        backlightInterface->runTimer();
-    } else if (key == LcmFunction) {
-        showPage(lcmPageIndex);
-    } else if (key == KeyAndLedFunction) {
-        showPage(keyAndLedPageIndex);
-    } else if (key == DipSwitchesFunction) {
-        showPage(dipSwitchPageIndex);
-    } else if (key == EthernetFunction) {
-        showPage(communicationPageIndex);
-        startCommunication(IPANDPORT, Ethernet, true);
-    } else if (key == Com1RS232Function) {
-        showPage(communicationPageIndex);
-        // The first serial test of a bench walk waits for the worker to press "Start".
-        const bool gate = dipSwitchValue() == BenchMode && waitForStart;
-        startCommunication(COMPORT1, RS232, !gate);
-        if (gate)
-            showPopup(startButton);
-    } else if (key == Com1RS422Function) {
-        showPage(communicationPageIndex);
-        startCommunication(COMPORT1, RS422, true);
-    } else if (key == Com1RS485Function) {
-        showPage(communicationPageIndex);
-        startCommunication(COMPORT1, RS485, true);
-    } else if (key == Com2RS232Function) {
-        showPage(communicationPageIndex);
-        startCommunication(COMPORT2, RS232, true);
-    } else if (key == Com2RS422Function) {
-        showPage(communicationPageIndex);
-        startCommunication(COMPORT2, RS422, true);
-    } else if (key == Com2RS485Function) {
-        showPage(communicationPageIndex);
-        startCommunication(COMPORT2, RS485, true);
-    } else if (key == Com3RS232Function) {
-        showPage(communicationPageIndex);
-        startCommunication(COMPORT3, RS232, true);
-    } else if (key == Com3RS485Function) {
-        showPage(communicationPageIndex);
-        startCommunication(COMPORT3, RS485, true);
-    } else if (key == WhiteScreenFunction) {
-        // Accepted and ignored.
-    } else if (key == UsbHostFunction) {
-        showPage(usbPageIndex);
-    } else if (key == UsbDeviceFunction) {
-        showPage(usbPageIndex);
-    } else if (key == MACFunction) {
-        showPage(macPageIndex);
-    } else if (key == BenchTestStartKey) {
-        showPage(startPageIndex);
-        QTimer::singleShot(200, this, &BenchTest::nextStage);
-    } else if (key == ErrorDeviceListKey) {
-        showPage(errorListPageIndex);
-    } else {
+    const KeyAction *action = actionFor(key);
+    if (!action) {
         qDebug() << "Unknown name:" << key;
+        return;
     }
+    if (action->page)
+        showPage(this->*action->page);
+    if (action->start)
+        action->start(*this);
 }
 
 void BenchTest::startButtonClicked()
@@ -430,7 +478,7 @@ QString BenchTest::nextTestName(int monitorModel, const QString &device, const Q
 
 void BenchTest::communicationStop()
 {
-    if (dipSwitchValue() == MenuMode)
+    if (modeOf(dipSwitchValue()) == Mode::Menu)
         return;
     QString kind;
     QString next;

@@ -33,6 +33,25 @@ public:
 
     unsigned int dipSwitchValue() const;
 
+    // What the DIP value selects; the one place that tells the modes apart.
+    enum class Mode { Bench, Menu, BurnIn, SlaveTester, Unknown };
+    static Mode modeOf(unsigned int dipValue);
+
+    // A read-only view for tests and tools: the pages, the walk's position and the popup
+    // buttons. The widget itself does not use it.
+    enum class Popup { Start, Again, Next };
+    QStackedWidget *pages() const { return stackedWidget; }
+    FunctionButton *popup(Popup which) const;
+    int stage() const { return currentStage; }
+    QMap<int, QString> stages() const { return benchTestSequence; }
+    bool isWaitingForStart() const { return waitForStart; }
+    // The stack index callFunction(key) shows, -1 when the key shows no page.
+    int pageOf(const QString &key) const;
+
+    // Lets the walk go on after the given stage: the next step runs stage + 1. For a walk
+    // resumed by hand past the screen stages, which need a worker's touches.
+    void continueAfterStage(int stage) { currentStage = stage; }
+
     // The test the "Next" button leads to after a communication test of the given device and
     // port kind, as the sequence of the given monitor model runs; empty when none follows.
     static QString nextTestName(int monitorModel, const QString &device, const QString &kind);
@@ -47,6 +66,10 @@ public Q_SLOTS:
     void inputMAC();
 
 private:
+    struct KeyAction;
+    static const QList<KeyAction> &keyActions();
+    static const KeyAction *actionFor(const QString &key);
+
     void initStackWidget();
     void initBenchTestPages();
     void initBenchTestSequence();
@@ -102,6 +125,4 @@ private:
     BurninTestInterface *burninTestInterface = nullptr;
     int burninPageIndex = -1;
     QObject *lastSender = nullptr;
-
-    friend class TestBenchTest;
 };

@@ -26,6 +26,8 @@ namespace {
 const QString ShellLog = QStringLiteral("/tmp/shell.log");
 const QString FakeBin = QStringLiteral("/tmp/fakebin");
 const QString ConfigDir = QStringLiteral("/brimdale/configs");
+// Stands for every communication key in expectedPage().
+const QString ComPage = QStringLiteral("communication");
 
 QStringList shellCommands()
 {
@@ -87,6 +89,8 @@ private Q_SLOTS:
     void startServicesInOrder();
     void benchAndMenuBuildTheSamePages();
     void menuModeShowsTheMenu();
+    void modeOfDipValue_data();
+    void modeOfDipValue();
     void unknownDipValue_data();
     void unknownDipValue();
     void burnInBuildsNoBenchPages();
@@ -117,10 +121,12 @@ private Q_SLOTS:
     void largeModelNextLabels();
 
 private:
-    QStackedWidget *stack(BenchTest &b) { return b.stackedWidget; }
-    int stage(BenchTest &b) { return b.currentStage; }
-    QMap<int, QString> sequenceOf(BenchTest &b) { return b.benchTestSequence; }
-    int pageForKey(BenchTest &b, const QString &key);
+    QStackedWidget *stack(BenchTest &b) { return b.pages(); }
+    int stage(BenchTest &b) { return b.stage(); }
+    QMap<int, QString> sequenceOf(BenchTest &b) { return b.stages(); }
+    FunctionButton *startButton(BenchTest &b) { return b.popup(BenchTest::Popup::Start); }
+    FunctionButton *againButton(BenchTest &b) { return b.popup(BenchTest::Popup::Again); }
+    FunctionButton *nextButton(BenchTest &b) { return b.popup(BenchTest::Popup::Next); }
     QStringList pageClasses(BenchTest &b);
 };
 
@@ -163,34 +169,35 @@ void TestBenchTest::cleanup()
     writeSim(QStringLiteral("dip"), QStringLiteral("0"));
 }
 
-int TestBenchTest::pageForKey(BenchTest &b, const QString &key)
+// The stack index each function key shows: the bench pages are built in a fixed order.
+int expectedPage(const QString &key)
 {
-    if (key == TouchPanelFunction)
-        return b.calibrationPageIndex;
-    if (key == BrightnessFunction)
-        return b.brightnessPageIndex;
-    if (key == DateTimeFunction)
-        return b.rtcPageIndex;
-    if (key == BacklightFunction)
-        return b.backlightPageIndex;
-    if (key == KeyAndLedFunction)
-        return b.keyAndLedPageIndex;
-    if (key == DipSwitchesFunction)
-        return b.dipSwitchPageIndex;
+    static const QMap<QString, int> pages {
+        { QStringLiteral("Bench Test Start"), 0 },
+        { ComPage, 3 },
+        { MACFunction, 4 },
+        { UsbHostFunction, 5 },
+        { UsbDeviceFunction, 5 },
+        { BrightnessFunction, 6 },
+        { BacklightFunction, 7 },
+        { BatteryPowerFunction, 8 },
+        { LcmFunction, 9 },
+        { KeyAndLedFunction, 10 },
+        { DateTimeFunction, 11 },
+        { TouchPanelFunction, 12 },
+        { DipSwitchesFunction, 13 },
+        { QStringLiteral("Error Device List"), 14 },
+    };
     if (key.startsWith(QLatin1String("com")) || key == EthernetFunction)
-        return b.communicationPageIndex;
-    if (key == UsbDeviceFunction)
-        return b.usbPageIndex;
-    if (key == QLatin1String("Error Device List"))
-        return b.errorListPageIndex;
-    return -2;
+        return pages.value(ComPage);
+    return pages.value(key, -1);
 }
 
 QStringList TestBenchTest::pageClasses(BenchTest &b)
 {
     QStringList classes;
-    for (int i = 0; i < b.stackedWidget->count(); ++i)
-        classes << QString::fromLatin1(b.stackedWidget->widget(i)->metaObject()->className());
+    for (int i = 0; i < b.pages()->count(); ++i)
+        classes << QString::fromLatin1(b.pages()->widget(i)->metaObject()->className());
     return classes;
 }
 
@@ -232,21 +239,15 @@ void TestBenchTest::benchAndMenuBuildTheSamePages()
     {
         BenchTest bench;
         benchPages = pageClasses(bench);
-        QCOMPARE(bench.startPageIndex, 0);
-        QCOMPARE(bench.functionTestPageIndex, 1);
-        QCOMPARE(bench.sparePageIndex, 2);
-        QCOMPARE(bench.communicationPageIndex, 3);
-        QCOMPARE(bench.macPageIndex, 4);
-        QCOMPARE(bench.usbPageIndex, 5);
-        QCOMPARE(bench.brightnessPageIndex, 6);
-        QCOMPARE(bench.backlightPageIndex, 7);
-        QCOMPARE(bench.batteryPageIndex, 8);
-        QCOMPARE(bench.lcmPageIndex, 9);
-        QCOMPARE(bench.keyAndLedPageIndex, 10);
-        QCOMPARE(bench.rtcPageIndex, 11);
-        QCOMPARE(bench.calibrationPageIndex, 12);
-        QCOMPARE(bench.dipSwitchPageIndex, 13);
-        QCOMPARE(bench.errorListPageIndex, 14);
+        const QStringList keys { QStringLiteral("Bench Test Start"), Com1RS232Function,
+            EthernetFunction, MACFunction, UsbHostFunction, UsbDeviceFunction, BrightnessFunction,
+            BacklightFunction, BatteryPowerFunction, LcmFunction, KeyAndLedFunction,
+            DateTimeFunction, TouchPanelFunction, DipSwitchesFunction,
+            QStringLiteral("Error Device List") };
+        for (const QString &key : keys)
+            QCOMPARE(bench.pageOf(key), expectedPage(key));
+        QCOMPARE(bench.pageOf(WhiteScreenFunction), -1);
+        QCOMPARE(bench.pageOf(ExitFunction), -1);
     }
     writeSim(QStringLiteral("dip"), QStringLiteral("1"));
     {
@@ -256,6 +257,7 @@ void TestBenchTest::benchAndMenuBuildTheSamePages()
     QCOMPARE(benchPages.size(), 15);
     QCOMPARE(menuPages, benchPages);
     QCOMPARE(benchPages.at(1), QStringLiteral("FunctionTestInterface"));
+    QCOMPARE(benchPages.at(2), QStringLiteral("QWidget"));
     QCOMPARE(benchPages.at(7), QStringLiteral("BacklightInterface"));
     QCOMPARE(benchPages.at(8), QStringLiteral("BatteryPowerInterface"));
 }
@@ -264,12 +266,31 @@ void TestBenchTest::menuModeShowsTheMenu()
 {
     writeSim(QStringLiteral("dip"), QStringLiteral("1"));
     BenchTest bench;
-    QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
+    QCOMPARE(stack(bench)->currentIndex(), 1);
     // The start page's timer belongs to the bench walk only: the menu stays.
     QTest::qWait(400);
-    QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
+    QCOMPARE(stack(bench)->currentIndex(), 1);
     QCOMPARE(stage(bench), -1);
-    QVERIFY(!bench.startButton->isVisible());
+    QVERIFY(!startButton(bench)->isVisible());
+}
+
+void TestBenchTest::modeOfDipValue_data()
+{
+    QTest::addColumn<uint>("dip");
+    QTest::addColumn<int>("mode");
+    QTest::newRow("0 bench") << 0u << int(BenchTest::Mode::Bench);
+    QTest::newRow("1 menu") << 1u << int(BenchTest::Mode::Menu);
+    QTest::newRow("0x101 burn-in") << 0x101u << int(BenchTest::Mode::BurnIn);
+    QTest::newRow("0x111 slave tester") << 0x111u << int(BenchTest::Mode::SlaveTester);
+    for (uint dip : { 2u, 0x10u, 0x100u, 0x102u, 0x110u, 0x112u, 0x1000u, 0x1111u, 0xFFFFFFFFu })
+        QTest::newRow(qPrintable(QString::number(dip, 16))) << dip << int(BenchTest::Mode::Unknown);
+}
+
+void TestBenchTest::modeOfDipValue()
+{
+    QFETCH(uint, dip);
+    QFETCH(int, mode);
+    QCOMPARE(int(BenchTest::modeOf(dip)), mode);
 }
 
 void TestBenchTest::unknownDipValue_data()
@@ -297,7 +318,7 @@ void TestBenchTest::burnInBuildsNoBenchPages()
     writeSim(QStringLiteral("dip"), QStringLiteral("0x101"));
     BenchTest bench;
     QCOMPARE(stack(bench)->count(), 1);
-    QCOMPARE(stack(bench)->currentIndex(), bench.burninPageIndex);
+    QCOMPARE(stack(bench)->currentIndex(), 0);
     QCOMPARE(shellCommands(), QStringList());
 }
 
@@ -328,7 +349,7 @@ void TestBenchTest::calibrationBackupIsRestored()
     QVERIFY(!QFile::exists(ConfigDir + QStringLiteral("/tspointercal.lastgood")));
     // The first stage was started before the restore.
     QCOMPARE(stage(bench), 0);
-    QCOMPARE(stack(bench)->currentIndex(), bench.startPageIndex);
+    QCOMPARE(stack(bench)->currentIndex(), expectedPage(QStringLiteral("Bench Test Start")));
 }
 
 void TestBenchTest::popupButtons()
@@ -336,15 +357,15 @@ void TestBenchTest::popupButtons()
     if (QGuiApplication::primaryScreen()->geometry().size() != QSize(800, 480))
         QSKIP("runs on the 800x480 unit; the 480x272 unit runs popupButtonsSmallScreen");
     BenchTest bench;
-    QCOMPARE(bench.startButton->size(), QSize(224, 42));
-    QCOMPARE(bench.startButton->pos(), QPoint(287, 218));
-    QCOMPARE(bench.againButton->pos(), QPoint(165, 320));
-    QCOMPARE(bench.nextButton->pos(), QPoint(409, 320));
-    QCOMPARE(bench.startButton->text(), QStringLiteral("Start"));
-    QCOMPARE(bench.againButton->text(), QStringLiteral("Again"));
-    QCOMPARE(bench.nextButton->text(), QStringLiteral("Next"));
-    QCOMPARE(bench.nextButton->objectName(), QStringLiteral("nextbutton"));
-    for (FunctionButton *button : { bench.startButton, bench.againButton, bench.nextButton }) {
+    QCOMPARE(startButton(bench)->size(), QSize(224, 42));
+    QCOMPARE(startButton(bench)->pos(), QPoint(287, 218));
+    QCOMPARE(againButton(bench)->pos(), QPoint(165, 320));
+    QCOMPARE(nextButton(bench)->pos(), QPoint(409, 320));
+    QCOMPARE(startButton(bench)->text(), QStringLiteral("Start"));
+    QCOMPARE(againButton(bench)->text(), QStringLiteral("Again"));
+    QCOMPARE(nextButton(bench)->text(), QStringLiteral("Next"));
+    QCOMPARE(nextButton(bench)->objectName(), QStringLiteral("nextbutton"));
+    for (FunctionButton *button : { startButton(bench), againButton(bench), nextButton(bench) }) {
         QVERIFY(button->isWindow());
         QVERIFY(button->windowFlags() & Qt::FramelessWindowHint);
         QVERIFY(!button->isVisible());
@@ -358,10 +379,10 @@ void TestBenchTest::popupButtonsSmallScreen()
         QSKIP("runs on the 480x272 unit");
     QCOMPARE(QGuiApplication::primaryScreen()->geometry().size(), QSize(480, 272));
     BenchTest bench;
-    QCOMPARE(bench.startButton->size(), QSize(145, 42));
-    QCOMPARE(bench.startButton->pos(), QPoint(167, 114));
-    QCOMPARE(bench.againButton->pos(), QPoint(84, 180));
-    QCOMPARE(bench.nextButton->pos(), QPoint(249, 180));
+    QCOMPARE(startButton(bench)->size(), QSize(145, 42));
+    QCOMPARE(startButton(bench)->pos(), QPoint(167, 114));
+    QCOMPARE(againButton(bench)->pos(), QPoint(84, 180));
+    QCOMPARE(nextButton(bench)->pos(), QPoint(249, 180));
 }
 
 void TestBenchTest::sequence_data()
@@ -413,21 +434,21 @@ void TestBenchTest::walkReachesErrorListAfterLastStage()
     writeSim(QStringLiteral("model"), QString::number(model));
     BenchTest bench;
     QCOMPARE(stage(bench), 0);
-    QCOMPARE(stack(bench)->currentIndex(), bench.startPageIndex);
+    QCOMPARE(stack(bench)->currentIndex(), expectedPage(QStringLiteral("Bench Test Start")));
     // The blank start page leads to the first test by itself.
     QTRY_COMPARE(stage(bench), 1);
     const QMap<int, QString> map = sequenceOf(bench);
     for (int s = 1; s <= errorListStage; ++s) {
         QCOMPARE(stage(bench), s);
         const QString key = map.value(s, QStringLiteral("Error Device List"));
-        QCOMPARE(stack(bench)->currentIndex(), pageForKey(bench, key));
+        QCOMPARE(stack(bench)->currentIndex(), expectedPage(key));
         if (s < errorListStage)
             bench.nextStage();
     }
-    QCOMPARE(stack(bench)->currentIndex(), bench.errorListPageIndex);
+    QCOMPARE(stack(bench)->currentIndex(), expectedPage(QStringLiteral("Error Device List")));
     // Every stage number past the list is the error list too.
     bench.nextStage();
-    QCOMPARE(stack(bench)->currentIndex(), bench.errorListPageIndex);
+    QCOMPARE(stack(bench)->currentIndex(), expectedPage(QStringLiteral("Error Device List")));
 }
 
 void TestBenchTest::startGate()
@@ -435,16 +456,16 @@ void TestBenchTest::startGate()
     BenchTest bench;
     bench.show();
     bench.callFunction(Com1RS232Function);
-    QCOMPARE(stack(bench)->currentIndex(), bench.communicationPageIndex);
-    QVERIFY(bench.startButton->isVisible());
+    QCOMPARE(stack(bench)->currentIndex(), expectedPage(ComPage));
+    QVERIFY(startButton(bench)->isVisible());
     DebugCapture capture;
-    QTest::mouseClick(bench.startButton, Qt::LeftButton);
+    QTest::mouseClick(startButton(bench), Qt::LeftButton);
     QCOMPARE(capture.messages, QStringList { QStringLiteral("startButtonClicked") });
-    QVERIFY(!bench.startButton->isVisible());
-    QVERIFY(!bench.waitForStart);
+    QVERIFY(!startButton(bench)->isVisible());
+    QVERIFY(!bench.isWaitingForStart());
     // Asked for once per power-on.
     bench.callFunction(Com1RS232Function);
-    QVERIFY(!bench.startButton->isVisible());
+    QVERIFY(!startButton(bench)->isVisible());
 }
 
 void TestBenchTest::startGateNotInMenuMode()
@@ -453,8 +474,8 @@ void TestBenchTest::startGateNotInMenuMode()
     BenchTest bench;
     bench.show();
     bench.callFunction(Com1RS232Function);
-    QCOMPARE(stack(bench)->currentIndex(), bench.communicationPageIndex);
-    QVERIFY(!bench.startButton->isVisible());
+    QCOMPARE(stack(bench)->currentIndex(), expectedPage(ComPage));
+    QVERIFY(!startButton(bench)->isVisible());
 }
 
 void TestBenchTest::duplicateExitSignalIgnored()
@@ -464,12 +485,14 @@ void TestBenchTest::duplicateExitSignalIgnored()
     // Walk to the backlight stage (4 on every model).
     while (stage(bench) < 4)
         bench.nextStage();
-    QCOMPARE(stack(bench)->currentIndex(), bench.backlightPageIndex);
-    Q_EMIT bench.backlightInterface->exitSignal();
+    QCOMPARE(stack(bench)->currentIndex(), expectedPage(BacklightFunction));
+    auto *backlight = bench.findChild<BacklightInterface *>();
+    QCOMPARE(stack(bench)->currentWidget(), backlight);
+    Q_EMIT backlight->exitSignal();
     QCOMPARE(stage(bench), 5);
-    Q_EMIT bench.backlightInterface->exitSignal();
+    Q_EMIT backlight->exitSignal();
     QCOMPARE(stage(bench), 5);
-    Q_EMIT bench.backlightInterface->exitSignal();
+    Q_EMIT backlight->exitSignal();
     QCOMPARE(stage(bench), 5);
 }
 
@@ -479,13 +502,13 @@ void TestBenchTest::nextButtonAdvancesWithClick()
     QTRY_COMPARE(stage(bench), 1);
     bench.callFunction(UsbDeviceFunction);
     bench.communicationStop();
-    QVERIFY(bench.nextButton->isVisible());
+    QVERIFY(nextButton(bench)->isVisible());
     clearEvents();
-    QTest::mouseClick(bench.nextButton, Qt::LeftButton);
+    QTest::mouseClick(nextButton(bench), Qt::LeftButton);
     QCOMPARE(events(), QStringList { QStringLiteral("sound 2") });
     QCOMPARE(stage(bench), 2);
-    QVERIFY(!bench.nextButton->isVisible());
-    QVERIFY(!bench.againButton->isVisible());
+    QVERIFY(!nextButton(bench)->isVisible());
+    QVERIFY(!againButton(bench)->isVisible());
 }
 
 void TestBenchTest::againRepeatsWithoutMovingStage()
@@ -495,14 +518,14 @@ void TestBenchTest::againRepeatsWithoutMovingStage()
     bench.callFunction(UsbDeviceFunction);
     for (int i = 0; i < 5; ++i) {
         bench.communicationStop();
-        QVERIFY(bench.againButton->isVisible());
+        QVERIFY(againButton(bench)->isVisible());
         clearEvents();
-        QTest::mouseClick(bench.againButton, Qt::LeftButton);
+        QTest::mouseClick(againButton(bench), Qt::LeftButton);
         QCOMPARE(events(), QStringList { QStringLiteral("sound 2") });
-        QVERIFY(!bench.againButton->isVisible());
-        QVERIFY(!bench.nextButton->isVisible());
+        QVERIFY(!againButton(bench)->isVisible());
+        QVERIFY(!nextButton(bench)->isVisible());
         QCOMPARE(stage(bench), 1);
-        QCOMPARE(stack(bench)->currentIndex(), bench.usbPageIndex);
+        QCOMPARE(stack(bench)->currentIndex(), expectedPage(UsbDeviceFunction));
     }
 }
 
@@ -512,10 +535,10 @@ void TestBenchTest::usbPageLabels()
     BenchTest bench;
     bench.callFunction(UsbDeviceFunction);
     bench.communicationStop();
-    QCOMPARE(bench.againButton->text(), QStringLiteral("Again "));
-    QCOMPARE(bench.nextButton->text(), QStringLiteral("Next "));
-    QVERIFY(bench.againButton->isVisible());
-    QVERIFY(bench.nextButton->isVisible());
+    QCOMPARE(againButton(bench)->text(), QStringLiteral("Again "));
+    QCOMPARE(nextButton(bench)->text(), QStringLiteral("Next "));
+    QVERIFY(againButton(bench)->isVisible());
+    QVERIFY(nextButton(bench)->isVisible());
 }
 
 void TestBenchTest::communicationStopSilentInMenuMode()
@@ -524,9 +547,9 @@ void TestBenchTest::communicationStopSilentInMenuMode()
     BenchTest bench;
     bench.callFunction(UsbDeviceFunction);
     bench.communicationStop();
-    QVERIFY(!bench.againButton->isVisible());
-    QVERIFY(!bench.nextButton->isVisible());
-    QCOMPARE(bench.againButton->text(), QStringLiteral("Again"));
+    QVERIFY(!againButton(bench)->isVisible());
+    QVERIFY(!nextButton(bench)->isVisible());
+    QCOMPARE(againButton(bench)->text(), QStringLiteral("Again"));
 }
 
 void TestBenchTest::nextTestName_data()
@@ -638,7 +661,7 @@ void TestBenchTest::switchesFlippedWhileRunning()
     // The bench pages serve the menu too.
     writeSim(QStringLiteral("dip"), QStringLiteral("1"));
     bench.nextStage();
-    QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
+    QCOMPARE(stack(bench)->currentIndex(), 1);
     QCOMPARE(stage(bench), 1);
     // The slave tester's page was never built: say so and change nothing.
     writeSim(QStringLiteral("dip"), QStringLiteral("273"));
@@ -647,7 +670,7 @@ void TestBenchTest::switchesFlippedWhileRunning()
     QCOMPARE(capture.messages,
         QStringList { QStringLiteral(
             "DIP switches changed since power-on; restart the unit to change mode") });
-    QCOMPARE(stack(bench)->currentIndex(), bench.functionTestPageIndex);
+    QCOMPARE(stack(bench)->currentIndex(), 1);
     QCOMPARE(stack(bench)->count(), 15);
 }
 
@@ -656,24 +679,25 @@ void TestBenchTest::againFiveTimesOnCom2Rs422()
     BenchTest bench;
     bench.show();
     QTRY_COMPARE(stage(bench), 1);
-    // Past the "Start" gate, which only the first COM1 RS232 stage has.
-    bench.waitForStart = false;
-    QSignalSpy stops(bench.communicationTest, &CommunicationTest::transferStop);
+    // Only the first COM1 RS232 stage waits for "Start"; this one runs at once.
+    QVERIFY(bench.isWaitingForStart());
+    auto *communicationTest = bench.findChild<CommunicationTest *>();
+    QSignalSpy stops(communicationTest, &CommunicationTest::transferStop);
     QVERIFY(stops.isValid());
     bench.callFunction(Com2RS422Function);
     // Nothing is plugged into COM2 here: each run ends after its first block.
     QTRY_COMPARE(stops.count(), 1);
-    QVERIFY(bench.againButton->isVisible());
-    QCOMPARE(bench.againButton->text(), QStringLiteral("Again RS422"));
-    QCOMPARE(bench.nextButton->text(), QStringLiteral("Next RS485"));
+    QVERIFY(againButton(bench)->isVisible());
+    QCOMPARE(againButton(bench)->text(), QStringLiteral("Again RS422"));
+    QCOMPARE(nextButton(bench)->text(), QStringLiteral("Next RS485"));
     for (int i = 2; i <= 6; ++i) {
-        QTest::mouseClick(bench.againButton, Qt::LeftButton);
+        QTest::mouseClick(againButton(bench), Qt::LeftButton);
         QTRY_COMPARE(stops.count(), i);
-        QCOMPARE(bench.communicationTest->currentSerial(), QStringLiteral("RS422"));
-        QCOMPARE(bench.communicationTest->currentDevice(), COMPORT2);
+        QCOMPARE(communicationTest->currentSerial(), QStringLiteral("RS422"));
+        QCOMPARE(communicationTest->currentDevice(), COMPORT2);
     }
     QCOMPARE(stage(bench), 1);
-    QCOMPARE(stack(bench)->currentIndex(), bench.communicationPageIndex);
+    QCOMPARE(stack(bench)->currentIndex(), expectedPage(ComPage));
 }
 
 void TestBenchTest::largeModelNextLabels_data()
@@ -696,11 +720,11 @@ void TestBenchTest::largeModelNextLabels()
     QFETCH(QString, next);
     writeSim(QStringLiteral("model"), QStringLiteral("6"));
     BenchTest bench;
-    QSignalSpy stops(bench.communicationTest, &CommunicationTest::transferStop);
+    QSignalSpy stops(bench.findChild<CommunicationTest *>(), &CommunicationTest::transferStop);
     bench.callFunction(key);
     QTRY_COMPARE(stops.count(), 1);
-    QCOMPARE(bench.againButton->text(), again);
-    QCOMPARE(bench.nextButton->text(), next);
+    QCOMPARE(againButton(bench)->text(), again);
+    QCOMPARE(nextButton(bench)->text(), next);
 }
 
 QTEST_MAIN(TestBenchTest)

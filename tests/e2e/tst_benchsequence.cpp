@@ -69,8 +69,8 @@ QPushButton *nextPopup()
 
 } // namespace
 
-// Named after BenchTest's test friend: the walk is put straight before the serial stages,
-// since the screen stages in front of them need a worker's touches.
+// The walk is put straight before the serial stages, since the screen stages in front of them
+// need a worker's touches.
 class TestBenchTest : public QObject {
     Q_OBJECT
 
@@ -128,13 +128,13 @@ void TestBenchTest::startAtSerialStages()
 {
     // The constructor showed the blank start page and armed the step to stage 1; let that
     // step land on the first serial stage instead.
-    bench->currentStage = FirstSerialStage - 1;
+    bench->continueAfterStage(FirstSerialStage - 1);
     QPushButton *start = popup(QStringLiteral("Start"));
     QVERIFY(start);
     QTRY_VERIFY_WITH_TIMEOUT(start->isVisible(), 5000);
     QCOMPARE(comm->findChild<QLabel *>(QStringLiteral("titleLabel"))->text(),
         QStringLiteral("COM port 1 RS232 test"));
-    QCOMPARE(bench->currentStage, FirstSerialStage);
+    QCOMPARE(bench->stage(), FirstSerialStage);
     QTest::mouseClick(start, Qt::LeftButton);
     QVERIFY(!start->isVisible());
 }
@@ -181,7 +181,7 @@ void TestBenchTest::everyCommunicationStagePasses()
     const int count = model7Stages().size();
     for (int i = 0; i < count; ++i) {
         finishStage(results, i, QStringLiteral("ok!"));
-        QCOMPARE(bench->currentStage, FirstSerialStage + i);
+        QCOMPARE(bench->stage(), FirstSerialStage + i);
         if (model7Stages().at(i).key == Com2RS422Function) {
             // "Again" repeats the stage and stays on it, however often it is pressed.
             QPushButton *again = popup(QStringLiteral("Again"));
@@ -191,7 +191,7 @@ void TestBenchTest::everyCommunicationStagePasses()
                 QCOMPARE(results.last().at(0).toString(), model7Stages().at(i).title);
                 QCOMPARE(results.last().at(1).toString(), QStringLiteral("ok!"));
                 QTRY_VERIFY(again->isVisible());
-                QCOMPARE(bench->currentStage, FirstSerialStage + i);
+                QCOMPARE(bench->stage(), FirstSerialStage + i);
             }
             results.erase(results.end() - 5, results.end());
         }
