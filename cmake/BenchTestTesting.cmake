@@ -2,12 +2,25 @@
 # network namespace, serial pseudo-terminals and simulator state. If the sandbox cannot be
 # made the test fails; nothing here ever runs a test on the host itself.
 #
+#   benchtest_add_test_executable(<name> <source>... [LIBS <libs>...])
+#       builds a Qt Test executable with the resources and the shared test support
+#       (tests/common/testsupport.h); every test executable is made this way.
 #   benchtest_add_test(NAME <name> TARGET <executable target>
 #                      [UNIT <virtual-unit options>...] [ARGS <test arguments>...]
 #                      [TIMEOUT <seconds>] [LABELS <labels>...])
+#       runs it in a virtual unit; call it once per unit configuration.
+#   benchtest_add_qtest(<name> <source> LIBS <libs>... [UNIT ...] [ARGS ...] [TIMEOUT s]
+#                       [LABELS ...])
+#       both at once, for the usual one executable run once.
 #
 # UNIT options are passed to sim/virtual-unit before the "--", e.g. UNIT --dip 1 --screen 480x272.
 set(BENCHTEST_VIRTUAL_UNIT ${PROJECT_SOURCE_DIR}/sim/virtual-unit)
+
+function(benchtest_add_test_executable name)
+    cmake_parse_arguments(T "" "" "LIBS" ${ARGN})
+    add_executable(${name} ${T_UNPARSED_ARGUMENTS} $<TARGET_OBJECTS:resources>)
+    target_link_libraries(${name} PRIVATE Qt${QT_VERSION_MAJOR}::Test testsupport ${T_LIBS})
+endfunction()
 
 function(benchtest_add_test)
     cmake_parse_arguments(T "" "NAME;TARGET;TIMEOUT" "UNIT;ARGS;LABELS" ${ARGN})
@@ -22,12 +35,9 @@ function(benchtest_add_test)
     set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
 endfunction()
 
-# One Qt Test executable from one source file, linked with the given libraries, run in a
-# virtual unit: benchtest_add_qtest(<name> <source> LIBS <libs>... [UNIT ...] [ARGS ...]).
 function(benchtest_add_qtest name source)
     cmake_parse_arguments(T "" "TIMEOUT" "LIBS;UNIT;ARGS;LABELS" ${ARGN})
-    add_executable(${name} ${source} $<TARGET_OBJECTS:resources>)
-    target_link_libraries(${name} PRIVATE Qt${QT_VERSION_MAJOR}::Test ${T_LIBS})
+    benchtest_add_test_executable(${name} ${source} LIBS ${T_LIBS})
     set(extra)
     if(T_TIMEOUT)
         list(APPEND extra TIMEOUT ${T_TIMEOUT})

@@ -261,53 +261,6 @@ bool isContiguousRun(const QString &text)
     return true;
 }
 
-SimDir::SimDir()
-{
-    qputenv("BENCHTEST_SIM_DIR", dir.path().toLocal8Bit());
-}
-
-void SimDir::setModel(int model)
-{
-    QFile file(dir.filePath(QStringLiteral("model")));
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(QByteArray::number(model) + '\n');
-}
-
-namespace {
-std::mutex messageMutex;
-QStringList collected;
-QtMessageHandler collectorPrevious = nullptr;
-
-void collect(QtMsgType type, const QMessageLogContext &context, const QString &message)
-{
-    {
-        std::lock_guard<std::mutex> lock(messageMutex);
-        collected.append(message);
-    }
-    if (collectorPrevious)
-        collectorPrevious(type, context, message);
-}
-} // namespace
-
-MessageLog::MessageLog()
-{
-    std::lock_guard<std::mutex> lock(messageMutex);
-    collected.clear();
-    previous = qInstallMessageHandler(collect);
-    collectorPrevious = previous;
-}
-
-MessageLog::~MessageLog()
-{
-    qInstallMessageHandler(previous);
-}
-
-QStringList MessageLog::messages() const
-{
-    std::lock_guard<std::mutex> lock(messageMutex);
-    return collected;
-}
-
 // ThreadSanitizer builds: Qt's libraries are not instrumented, so their own thread hand-offs
 // (QThread::wait, QtTest's watchdog) are invisible to it; races are judged only where our
 // instrumented code makes the call.

@@ -4,6 +4,8 @@
 // for the echo.
 #pragma once
 
+#include "testsupport.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -106,25 +108,5 @@ bool isContiguousRun(const QString &text);
 // `length` that follows the run (an echo cut by a busy machine may join two pieces).
 bool looksLikeEchoedRun(const QString &text, int length = 64);
 
-// A fresh simulator state directory for this test process, so that the panel model is the
-// test's choice wherever the test runs.
-class SimDir {
-public:
-    SimDir();
-    bool isValid() const { return dir.isValid(); }
-    void setModel(int model);
-
-private:
-    QTemporaryDir dir;
-};
-
-// Collects every debug, warning and error line of the process while it lives.
-class MessageLog {
-public:
-    MessageLog();
-    ~MessageLog();
-    QStringList messages() const;
-
-private:
-    QtMessageHandler previous;
-};
+// The simulator directory and the debug catcher come from the shared test support.
+using TestSupport::SimDir;

@@ -43,9 +43,7 @@ private:
 
     void setDip(const QString &value)
     {
-        QFile file(qEnvironmentVariable("BENCHTEST_SIM_DIR") + QStringLiteral("/dip"));
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(value.toLatin1() + '\n');
+        QVERIFY(TestSupport::writeSimFile(QStringLiteral("dip"), value.toLatin1() + '\n'));
     }
 
     static QStackedWidget *stack(BenchTest &bench) { return bench.findChild<QStackedWidget *>(); }

@@ -1,77 +1,121 @@
-// Helpers shared by the tests: the simulated unit's state files and the debug stream.
+// The helpers every test shares: the simulated unit's state files and events.log, a fresh
+// state directory per test function, and catchers for the debug stream and standard error.
+// Built once as the testsupport library, which every test executable links.
 #pragma once
 
+#include <QByteArray>
 #include <QFile>
+#include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QtGlobal>
 
 namespace TestSupport {
 
-inline QString simPath(const QString &name)
-{
-    const QString dir = qEnvironmentVariable("BENCHTEST_SIM_DIR");
-    return (dir.isEmpty() ? QStringLiteral("/sim") : dir) + QLatin1Char('/') + name;
-}
+// A file of the unit's simulator state directory (BENCHTEST_SIM_DIR, "/sim" when unset).
+QString simPath(const QString &name);
 
-inline void writeSim(const QString &name, const QString &text)
-{
-    QFile file(simPath(name));
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(text.toUtf8() + '\n');
-}
+// Writes text and a line break, as a person would fill a state file.
+void writeSim(const QString &name, const QString &text);
+// Writes the bytes exactly as given (empty, no final line break, ...).
+bool writeSimFile(const QString &name, const QByteArray &contents);
+QByteArray readSimFile(const QString &name);
+void removeSim(const QString &name);
+// The panel model the unit reports.
+bool setSimModel(int model);
 
-inline void removeSim(const QString &name)
-{
-    QFile::remove(simPath(name));
-}
+// The lines of events.log, oldest first; empty when nothing was logged. A last line without
+// its line break shows up as "<no line end>" after it, and empty lines are kept, so a
+// malformed log is seen.
+QStringList events();
+// Only the buzzer lines of events.log.
+QStringList sounds();
+void clearEvents();
 
-// The lines of events.log, oldest first.
-inline QStringList events()
-{
-    QFile file(simPath(QStringLiteral("events.log")));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-}
+// Each test function gets its own directory below the unit's state directory and points
+// BENCHTEST_SIM_DIR at it, so state files and complaints never carry over between tests.
+class StateDir {
+public:
+    // Call from initTestCase(): remembers the unit's state directory.
+    bool setUp();
+    // Call from init(): a new, empty directory for the next test function.
+    void next();
 
-inline void clearEvents()
-{
-    QFile::remove(simPath(QStringLiteral("events.log")));
-}
+    QString dir() const { return m_dir; }
+    QString path(const QString &file) const { return simPath(file); }
+    // Byte for byte; fails the calling test function when the file cannot be written.
+    void write(const QString &file, const QByteArray &content) const;
+    QByteArray read(const QString &file) const { return readSimFile(file); }
+    void remove(const QString &file) const { removeSim(file); }
+    QStringList events() const { return TestSupport::events(); }
+    void clearEvents() const { TestSupport::clearEvents(); }
 
-// Collects everything written to the debug stream while it lives.
+private:
+    QString m_base;
+    QString m_dir;
+    int m_count = 0;
+};
+
+// A temporary state directory for this test process, so that the panel model and the DIP
+// value are the test's choice wherever the test runs. Gone with the object.
+class SimDir {
+public:
+    SimDir();
+    bool isValid() const { return dir.isValid(); }
+    void setModel(int model) { setSimModel(model); }
+
+private:
+    QTemporaryDir dir;
+};
+
+// Collects the debug stream while it lives and keeps it off the test output. With
+// AllMessages warnings and errors are collected too, marked "[other] "; otherwise they go on
+// to the handler before. Lines from other threads are collected as well.
 class DebugCapture {
 public:
-    DebugCapture()
-    {
-        current() = this;
-        previous = qInstallMessageHandler(&DebugCapture::handler);
-    }
-    ~DebugCapture()
-    {
-        qInstallMessageHandler(previous);
-        current() = nullptr;
-    }
+    enum Scope { DebugOnly, AllMessages };
+
+    explicit DebugCapture(Scope scope = DebugOnly);
+    ~DebugCapture();
     DebugCapture(const DebugCapture &) = delete;
     DebugCapture &operator=(const DebugCapture &) = delete;
+
+    // The lines so far, emptying the list.
+    QStringList take();
 
     QStringList messages;
 
 private:
-    static DebugCapture *&current()
-    {
-        static DebugCapture *instance = nullptr;
-        return instance;
-    }
-    static void handler(QtMsgType type, const QMessageLogContext &context, const QString &message)
-    {
-        if (type == QtDebugMsg && current())
-            current()->messages.append(message);
-        else if (current() && current()->previous)
-            current()->previous(type, context, message);
-    }
+    static void handler(QtMsgType type, const QMessageLogContext &context, const QString &message);
 
+    Scope scope;
     QtMessageHandler previous = nullptr;
+    DebugCapture *outer = nullptr;
 };
+
+// Sends file descriptor 2 to a temporary file while it lives; text() gives what was written.
+class StderrCapture {
+public:
+    StderrCapture();
+    ~StderrCapture() { restore(); }
+    StderrCapture(const StderrCapture &) = delete;
+    StderrCapture &operator=(const StderrCapture &) = delete;
+
+    QByteArray text();
+
+private:
+    void restore();
+
+    QTemporaryFile m_file;
+    int m_saved = -1;
+};
+
+// The line the simulator prints for a state file it had to replace by a default.
+QByteArray complaint(const QString &path, const QString &problem);
+
+// The offscreen platform cannot pass a window's size limits on and says so for every
+// top-level panel with a layout; this drops that one line and passes on the rest.
+void installQuietPlatform();
 
 } // namespace TestSupport

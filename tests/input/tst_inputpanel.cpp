@@ -1,8 +1,8 @@
 // The field model behind the on-screen keyboards: formatting, cursor movement, writing keys,
 // the per-key and final checks, the buzzer and the debug lines.
 #include "inputpanel.h"
-#include "inputtestsupport.h"
 #include "services/fram.h"
+#include "testsupport.h"
 
 #include <QDate>
 #include <QRegularExpression>
@@ -13,8 +13,8 @@
 
 #include <random>
 
-using InputTest::MessageCatcher;
-using InputTest::simSounds;
+using TestSupport::DebugCapture;
+using TestSupport::sounds;
 
 class TestInputPanel : public QObject {
     Q_OBJECT
@@ -89,7 +89,7 @@ void TestInputPanel::initTestCase()
 
 void TestInputPanel::init()
 {
-    InputTest::clearSimEvents();
+    TestSupport::clearEvents();
 }
 
 void TestInputPanel::cleanupTestCase()
@@ -126,7 +126,7 @@ void TestInputPanel::typeTable()
     QFETCH(int, category);
     QFETCH(int, max);
 
-    MessageCatcher messages;
+    DebugCapture messages(DebugCapture::AllMessages);
     inputPanel panel;
     QCOMPARE(panel.setType(key), code);
     panel.init(QString(), key);
@@ -149,7 +149,7 @@ void TestInputPanel::unknownKey()
 {
     QFETCH(QString, key);
 
-    MessageCatcher messages;
+    DebugCapture messages(DebugCapture::AllMessages);
     inputPanel panel;
     QCOMPARE(panel.setType(key), -1);
     QCOMPARE(messages.take(), QStringList { "setType FUCKKK!!!!" });
@@ -196,10 +196,10 @@ void TestInputPanel::dateFormat()
 
     inputPanel panel;
     {
-        MessageCatcher quiet;
+        DebugCapture quiet(DebugCapture::AllMessages);
         panel.init(QString(), key);
     }
-    MessageCatcher messages;
+    DebugCapture messages(DebugCapture::AllMessages);
     const QString result = panel.getDateFormat();
     QCOMPARE(result, format);
     QCOMPARE(result.isNull(), format.isNull());
@@ -463,12 +463,12 @@ void TestInputPanel::numberFieldCursor()
     QCOMPARE(textSpy.count(), textSignals + 1);
     panel.textInputted(5);
     QCOMPARE(panel.getText(), QStringLiteral("45"));
-    QCOMPARE(simSounds(), QStringList());
+    QCOMPARE(sounds(), QStringList());
 }
 
 void TestInputPanel::unknownTypeMovement()
 {
-    MessageCatcher messages;
+    DebugCapture messages(DebugCapture::AllMessages);
     inputPanel panel;
     panel.init(QStringLiteral("1.2.3.4"), QStringLiteral("bogus"));
     messages.take();
@@ -498,12 +498,12 @@ void TestInputPanel::backlightRefusesOverMax()
     QCOMPARE(panel.getText(), QStringLiteral("1"));
     panel.textInputted(5);
     QCOMPARE(panel.getText(), QStringLiteral("15"));
-    QCOMPARE(simSounds(), QStringList());
+    QCOMPARE(sounds(), QStringList());
     QCOMPARE(textSpy.count(), 2);
 
     panel.textInputted(0);
     QCOMPARE(panel.getText(), QStringLiteral("15"));
-    QCOMPARE(simSounds(), QStringList { "sound 5" });
+    QCOMPARE(sounds(), QStringList { "sound 5" });
     QCOMPARE(textSpy.count(), 2);
     QCOMPARE(panel.getPos(), 1);
     QVERIFY(panel.validateFin());
@@ -543,7 +543,7 @@ void TestInputPanel::numberLeadingZeros()
     QStringList expected;
     for (int i = 0; i < refusals; ++i)
         expected.append(QStringLiteral("sound 5"));
-    QCOMPARE(simSounds(), expected);
+    QCOMPARE(sounds(), expected);
 }
 
 void TestInputPanel::numberPortLimit()
@@ -557,7 +557,7 @@ void TestInputPanel::numberPortLimit()
     QVERIFY(panel.validate(5));
     panel.textInputted(6);
     QCOMPARE(panel.getText(), QStringLiteral("6553"));
-    QCOMPARE(simSounds(), QStringList { "sound 5" });
+    QCOMPARE(sounds(), QStringList { "sound 5" });
     panel.textInputted(5);
     QCOMPARE(panel.getText(), QStringLiteral("65535"));
     QVERIFY(panel.validateFin());
@@ -576,7 +576,7 @@ void TestInputPanel::ipDigitWrittenDespiteWarning()
     panel.textInputted(9);
     QCOMPARE(panel.getText(), QStringLiteral("992.168.001.010"));
     QCOMPARE(panel.getPos(), 1);
-    QCOMPARE(simSounds(), QStringList { "sound 5" });
+    QCOMPARE(sounds(), QStringList { "sound 5" });
 
     QVERIFY(!panel.validateFin());
     QCOMPARE(panel.getPos(), 0);
@@ -712,14 +712,14 @@ void TestInputPanel::digitOutOfRange()
     QSignalSpy posSpy(&panel, &inputPanel::posChanged);
     QVERIFY(textSpy.isValid());
 
-    MessageCatcher messages;
+    DebugCapture messages(DebugCapture::AllMessages);
     panel.textInputted(num);
     QCOMPARE(messages.take(), QStringList { message });
     QCOMPARE(panel.getText(), before);
     QCOMPARE(panel.getPos(), beforePos);
     QCOMPARE(textSpy.count(), 0);
     QCOMPARE(posSpy.count(), 0);
-    QCOMPARE(simSounds(), QStringList());
+    QCOMPARE(sounds(), QStringList());
 
     // The number field still replaces its value on the next real digit.
     if (key == QLatin1String("port")) {
@@ -736,12 +736,12 @@ void TestInputPanel::timeChecksOldText()
 
     panel.textInputted(1);
     QCOMPARE(panel.getText(), QStringLiteral("15:00:00"));
-    QCOMPARE(simSounds(), QStringList { "sound 5" });
+    QCOMPARE(sounds(), QStringList { "sound 5" });
 
-    InputTest::clearSimEvents();
+    TestSupport::clearEvents();
     panel.textInputted(9);
     QCOMPARE(panel.getText(), QStringLiteral("19:00:00"));
-    QCOMPARE(simSounds(), QStringList());
+    QCOMPARE(sounds(), QStringList());
 
     panel.init(QStringLiteral("15:00:00"), QStringLiteral("time"));
     QSignalSpy posSpy(&panel, &inputPanel::posChanged);
@@ -749,7 +749,7 @@ void TestInputPanel::timeChecksOldText()
     panel.textInputted(9);
     QCOMPARE(panel.getText(), QStringLiteral("95:00:00"));
     QCOMPARE(panel.getPos(), 1);
-    QCOMPARE(simSounds(), QStringList());
+    QCOMPARE(sounds(), QStringList());
     QVERIFY(!panel.validateFin());
     QCOMPARE(panel.getPos(), 0);
     QCOMPARE(posSpy.count(), 1);
@@ -757,7 +757,7 @@ void TestInputPanel::timeChecksOldText()
     // Now the text is bad, so the next digit sounds even though it mends the hour.
     panel.textInputted(0);
     QCOMPARE(panel.getText(), QStringLiteral("05:00:00"));
-    QCOMPARE(simSounds(), QStringList { "sound 5" });
+    QCOMPARE(sounds(), QStringList { "sound 5" });
     QVERIFY(panel.validateFin());
 }
 
@@ -771,7 +771,7 @@ void TestInputPanel::dateDigitOverSeparator()
     panel.textInputted(1);
     QCOMPARE(panel.getText(), QStringLiteral("10/0112018"));
     QCOMPARE(panel.getPos(), 6);
-    QCOMPARE(simSounds(), QStringList { "sound 5" });
+    QCOMPARE(sounds(), QStringList { "sound 5" });
     QVERIFY(!panel.validateFin());
     QCOMPARE(panel.getPos(), 0);
 }
@@ -812,7 +812,7 @@ void TestInputPanel::letters()
     panel.init(given, key);
     QSignalSpy textSpy(&panel, &inputPanel::textChanged);
     QVERIFY(textSpy.isValid());
-    MessageCatcher messages;
+    DebugCapture messages(DebugCapture::AllMessages);
     for (const QString &letter : letters)
         panel.textInputted(letter);
     QCOMPARE(panel.getText(), text);
@@ -820,12 +820,12 @@ void TestInputPanel::letters()
     QCOMPARE(textSpy.count(), letters.size());
     QCOMPARE(messages.take(), QStringList());
     // Letters are never checked, so never refused.
-    QCOMPARE(simSounds(), QStringList());
+    QCOMPARE(sounds(), QStringList());
 }
 
 void TestInputPanel::unknownTypeWriting()
 {
-    MessageCatcher messages;
+    DebugCapture messages(DebugCapture::AllMessages);
     inputPanel panel;
     panel.init(QStringLiteral("1:2:3"), QStringLiteral("Date"));
     QCOMPARE(messages.take(), QStringList { "setType FUCKKK!!!!" });
@@ -841,7 +841,7 @@ void TestInputPanel::unknownTypeWriting()
     QCOMPARE(messages.take(), QStringList { "fuck!!!!" });
     QCOMPARE(panel.getText(), QStringLiteral("3"));
     QCOMPARE(panel.getPos(), 0);
-    QCOMPARE(simSounds(), QStringList());
+    QCOMPARE(sounds(), QStringList());
 
     QVERIFY(panel.validateFin());
     QCOMPARE(messages.take(), QStringList { "fuck!!!!" });
@@ -912,11 +912,11 @@ void TestInputPanel::dateRange()
         panel.forwardPos();
     for (int i = 0; i < 3; ++i)
         panel.textInputted(date.at(yearStart + i).digitValue());
-    InputTest::clearSimEvents();
+    TestSupport::clearEvents();
     QCOMPARE(panel.validate(date.at(yearStart + 3).digitValue()), accepted);
     panel.textInputted(date.at(yearStart + 3).digitValue());
     QCOMPARE(panel.getText(), date);
-    QCOMPARE(simSounds(), accepted ? QStringList() : QStringList { "sound 5" });
+    QCOMPARE(sounds(), accepted ? QStringList() : QStringList { "sound 5" });
 }
 
 void TestInputPanel::validateFinAddress_data()
@@ -1028,7 +1028,7 @@ void TestInputPanel::validateFinTime()
 
 void TestInputPanel::validateFinMac()
 {
-    MessageCatcher messages;
+    DebugCapture messages(DebugCapture::AllMessages);
     inputPanel panel;
     panel.init(QStringLiteral("ZZ:ZZ:ZZ:ZZ:ZZ:ZZ"), QStringLiteral("MAC"));
     for (int digit = 0; digit < 10; ++digit)
@@ -1042,7 +1042,7 @@ void TestInputPanel::errorSound()
 {
     inputPanel panel;
     panel.errorSound();
-    QCOMPARE(InputTest::simEvents(), QStringList { "sound 5" });
+    QCOMPARE(TestSupport::events(), QStringList { "sound 5" });
 }
 
 // ---- random key sequences -------------------------------------------------------------------
@@ -1316,7 +1316,7 @@ void TestInputPanel::fuzz()
 
     // Thousands of sequences: keep the buzzer (a file append per tone) out of it.
     Fram::getInstance()->setBuzzerEnable(false);
-    MessageCatcher quiet;
+    DebugCapture quiet(DebugCapture::AllMessages);
     std::mt19937 rng(0x5eed1234u ^ unsigned(qHash(key)));
     inputPanel panel;
 

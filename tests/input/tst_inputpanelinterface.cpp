@@ -1,8 +1,8 @@
 // The keyboard widget on its three layouts: which layout a unit gets, the forms' object trees
 // and style sheets, the key click, OK, the highlighted label, placement and retranslation.
 #include "inputpanelinterface.h"
-#include "inputtestsupport.h"
 #include "services/fram.h"
+#include "testsupport.h"
 #include "ui_inputpanelinterface.h"
 #include "ui_inputpanelinterface_4.h"
 #include "ui_inputpanelinterface_hex_4.h"
@@ -19,7 +19,7 @@
 
 #include <memory>
 
-using InputTest::simSounds;
+using TestSupport::sounds;
 
 namespace {
 
@@ -206,31 +206,31 @@ private:
 
 void TestInputPanelInterface::initTestCase()
 {
-    InputTest::installQuietPlatform();
+    TestSupport::installQuietPlatform();
     if (qEnvironmentVariableIsEmpty("BENCHTEST_SIM_DIR")) {
         QVERIFY(simDir.isValid());
         qputenv("BENCHTEST_SIM_DIR", simDir.path().toLocal8Bit());
     }
-    originalModel = InputTest::readSimFile(QStringLiteral("model"));
+    originalModel = TestSupport::readSimFile(QStringLiteral("model"));
     Fram::getInstance()->setBuzzerEnable(true);
 }
 
 void TestInputPanelInterface::init()
 {
-    InputTest::clearSimEvents();
+    TestSupport::clearEvents();
 }
 
 void TestInputPanelInterface::cleanupTestCase()
 {
     if (originalModel.isEmpty())
-        QFile::remove(InputTest::simPath(QStringLiteral("model")));
+        QFile::remove(TestSupport::simPath(QStringLiteral("model")));
     else
-        InputTest::writeSimFile(QStringLiteral("model"), originalModel);
+        TestSupport::writeSimFile(QStringLiteral("model"), originalModel);
 }
 
 std::unique_ptr<InputPanelInterface> TestInputPanelInterface::makePanel(Layout layout, bool show)
 {
-    if (!InputTest::setSimModel(modelOf(layout)))
+    if (!TestSupport::setSimModel(modelOf(layout)))
         return nullptr;
     auto panel = std::make_unique<InputPanelInterface>(
         layout == FourInchHex ? InputPanelInterface::Hexadecimal : InputPanelInterface::Decimal);
@@ -272,7 +272,7 @@ void TestInputPanelInterface::layoutChoice()
     QFETCH(int, base);
     QFETCH(QString, form);
 
-    QVERIFY(InputTest::setSimModel(model));
+    QVERIFY(TestSupport::setSimModel(model));
     QCOMPARE(Fram::getInstance()->getMonitorModel(), model);
     std::unique_ptr<InputPanelInterface> panel;
     if (base < 0)
@@ -468,7 +468,7 @@ void TestInputPanelInterface::execEvDoesNotShow()
     QVERIFY(!panel->isVisible());
     QVERIFY(panel->execEv(QStringLiteral("12:00:00"), QStringLiteral("time")));
     QVERIFY(!panel->isVisible());
-    InputTest::MessageCatcher quiet;
+    TestSupport::DebugCapture quiet(TestSupport::DebugCapture::AllMessages);
     QVERIFY(panel->execEv(QStringLiteral("x"), QStringLiteral("no such type")));
     QVERIFY(!panel->isVisible());
     QCOMPARE(quiet.take(), QStringList { "setType FUCKKK!!!!" });
@@ -546,18 +546,18 @@ void TestInputPanelInterface::everyKeyClicks()
     panel->execEv(QStringLiteral("02:A7:3C:00:00:01"), QStringLiteral("MAC"));
     auto *label = panel->findChild<QLabel *>(QStringLiteral("textLabel"));
     const QString before = label->text();
-    InputTest::clearSimEvents();
+    TestSupport::clearEvents();
 
     auto *button = panel->findChild<QPushButton *>(key);
     QVERIFY(button);
     QTest::mousePress(button, Qt::LeftButton);
     // The click sounds on the press, before the key does anything.
-    QCOMPARE(simSounds(), QStringList { "sound 2" });
+    QCOMPARE(sounds(), QStringList { "sound 2" });
     QCOMPARE(label->text(), before);
     QTest::mouseRelease(button, Qt::LeftButton);
 
     // The filter does not swallow the press: the key did its work.
-    QCOMPARE(simSounds(), QStringList { "sound 2" });
+    QCOMPARE(sounds(), QStringList { "sound 2" });
     if (key == QLatin1String("OKBtn")) {
         QCOMPARE(proceedSpy.count(), 1);
         QCOMPARE(label->text(), before);
@@ -576,7 +576,7 @@ void TestInputPanelInterface::otherEventsSilent()
     auto *label = panel->findChild<QLabel *>(QStringLiteral("textLabel"));
     QVERIFY(key);
     QVERIFY(label);
-    InputTest::clearSimEvents();
+    TestSupport::clearEvents();
 
     QTest::mouseRelease(key, Qt::LeftButton);
     QTest::mouseMove(key);
@@ -585,9 +585,9 @@ void TestInputPanelInterface::otherEventsSilent()
     QTest::mouseClick(label, Qt::LeftButton);
     QTest::mouseDClick(key, Qt::LeftButton);
     // Only a press (event type 2) on a key clicks; a double-click event is not a press.
-    QCOMPARE(simSounds(), QStringList());
+    QCOMPARE(sounds(), QStringList());
     QTest::mousePress(key, Qt::LeftButton);
-    QCOMPARE(simSounds(), QStringList { "sound 2" });
+    QCOMPARE(sounds(), QStringList { "sound 2" });
 }
 
 void TestInputPanelInterface::typing_data()
@@ -664,7 +664,7 @@ void TestInputPanelInterface::typing()
     QSignalSpy proceedSpy(panel.get(), &InputPanelInterface::proceed);
     QVERIFY(proceedSpy.isValid());
     panel->execEv(initial, type);
-    InputTest::clearSimEvents();
+    TestSupport::clearEvents();
 
     for (const QString &name : keys) {
         auto *key = panel->findChild<QPushButton *>(name);
@@ -678,7 +678,7 @@ void TestInputPanelInterface::typing()
     for (const QList<QVariant> &arguments : std::as_const(proceedSpy))
         emitted.append(arguments.at(0).toString());
     QCOMPARE(emitted, proceeded);
-    const QStringList sounds = simSounds();
+    const QStringList sounds = TestSupport::sounds();
     QCOMPARE(sounds.count(QStringLiteral("sound 2")), keys.size());
     QCOMPARE(sounds.count(QStringLiteral("sound 5")), errors);
     QCOMPARE(sounds.size(), keys.size() + errors);
@@ -723,11 +723,11 @@ void TestInputPanelInterface::okRefused()
     // Step off the starting place so that the cursor visibly moves back.
     QTest::mouseClick(
         panel->findChild<QPushButton *>(QStringLiteral("forwardBtn")), Qt::LeftButton);
-    InputTest::clearSimEvents();
+    TestSupport::clearEvents();
 
     QTest::mouseClick(panel->findChild<QPushButton *>(QStringLiteral("OKBtn")), Qt::LeftButton);
     QCOMPARE(proceedSpy.count(), 0);
-    QCOMPARE(simSounds(), (QStringList { "sound 2", "sound 5" }));
+    QCOMPARE(sounds(), (QStringList { "sound 2", "sound 5" }));
     QCOMPARE(label->text(), highlighted(text, pos));
     QVERIFY(panel->isVisible());
 }
@@ -794,7 +794,7 @@ void TestInputPanelInterface::destruction_data()
 void TestInputPanelInterface::destruction()
 {
     QFETCH(Layout, layout);
-    QVERIFY(InputTest::setSimModel(modelOf(layout)));
+    QVERIFY(TestSupport::setSimModel(modelOf(layout)));
     const auto base
         = layout == FourInchHex ? InputPanelInterface::Hexadecimal : InputPanelInterface::Decimal;
     {

@@ -3,7 +3,7 @@
 // the label usable: the panel fits the screen, each key holds its character, the label holds
 // the longest field it shows.
 #include "inputpanelinterface.h"
-#include "inputtestsupport.h"
+#include "testsupport.h"
 
 #include <QDir>
 #include <QFontMetrics>
@@ -30,12 +30,12 @@ private:
 
 void TestInputPanelShots::initTestCase()
 {
-    InputTest::installQuietPlatform();
+    TestSupport::installQuietPlatform();
     if (qEnvironmentVariableIsEmpty("BENCHTEST_SIM_DIR")) {
         QVERIFY(simDir.isValid());
         qputenv("BENCHTEST_SIM_DIR", simDir.path().toLocal8Bit());
     }
-    originalModel = InputTest::readSimFile(QStringLiteral("model"));
+    originalModel = TestSupport::readSimFile(QStringLiteral("model"));
     outputDir = qEnvironmentVariable("BENCHTEST_SHOTS");
     if (outputDir.isEmpty())
         outputDir = QDir::currentPath();
@@ -45,9 +45,9 @@ void TestInputPanelShots::initTestCase()
 void TestInputPanelShots::cleanupTestCase()
 {
     if (originalModel.isEmpty())
-        QFile::remove(InputTest::simPath(QStringLiteral("model")));
+        QFile::remove(TestSupport::simPath(QStringLiteral("model")));
     else
-        InputTest::writeSimFile(QStringLiteral("model"), originalModel);
+        TestSupport::writeSimFile(QStringLiteral("model"), originalModel);
 }
 
 void TestInputPanelShots::shot_data()
@@ -81,7 +81,7 @@ void TestInputPanelShots::shot()
     QFETCH(QStringList, mustFit);
     QFETCH(QString, file);
 
-    QVERIFY(InputTest::setSimModel(model));
+    QVERIFY(TestSupport::setSimModel(model));
 
     // A black client screen of the panel's size with the keyboard over it, as the clock and
     // MAC screens use it.

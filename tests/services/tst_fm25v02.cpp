@@ -2,11 +2,11 @@
 // header, reads and writes go to the file, writes are logged, and a damaged file is kept.
 #include "services/fm25v02.h"
 
-#include "simtest.h"
+#include "testsupport.h"
 
 #include <QtTest>
 
-using SimTest::complaint;
+using TestSupport::complaint;
 
 namespace {
 
@@ -58,7 +58,7 @@ private slots:
     void existingImageIsNotRecreated();
 
 private:
-    SimTest::StateDir state;
+    TestSupport::StateDir state;
 };
 
 void tst_FM25V02::initTestCase()
@@ -86,7 +86,7 @@ void tst_FM25V02::checksumRule()
 
 void tst_FM25V02::initCreatesFreshImage()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(FM25V02_Init(), 0);
     QCOMPARE(err.text(), complaint(state.path("fram.bin"), "missing, creating a fresh FRAM image"));
 
@@ -102,7 +102,7 @@ void tst_FM25V02::initCreatesFreshImage()
 
 void tst_FM25V02::readCreatesFreshImage()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     char length[2] = { 1, 1 };
     FM25V02_READ(0, length, 2);
     err.text();
@@ -113,7 +113,7 @@ void tst_FM25V02::readCreatesFreshImage()
 
 void tst_FM25V02::initAndRdidLogNothing()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     FM25V02_Init();
     FM25V02_RDID();
     err.text();
@@ -140,7 +140,7 @@ void tst_FM25V02::writeLogsOneLine()
     QFETCH(uint, address);
     QFETCH(uint, length);
     QFETCH(QString, line);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     FM25V02_Init();
     err.text();
     QByteArray data = pattern(int(length), 1);
@@ -150,7 +150,7 @@ void tst_FM25V02::writeLogsOneLine()
 
 void tst_FM25V02::readLogsNothing()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     FM25V02_Init();
     char buffer[12];
     FM25V02_READ(132, buffer, sizeof buffer);
@@ -174,7 +174,7 @@ void tst_FM25V02::roundTrip()
 {
     QFETCH(uint, address);
     QFETCH(int, length);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     FM25V02_Init();
     err.text();
     QByteArray written = pattern(length, int(address));
@@ -202,7 +202,7 @@ void tst_FM25V02::writesPastTheEndAreDropped()
 {
     const QByteArray image = pattern(32768, 9);
     state.write("fram.bin", image);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
 
     QByteArray across(16, '\xAB');
     FM25V02_WRITE(32760, across.data(), uint(across.size()));
@@ -240,7 +240,7 @@ void tst_FM25V02::shortImageIsKept()
     const QByteArray image = pattern(100, 11);
     state.write("fram.bin", image);
 
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     FM25V02_Init();
     FM25V02_RDID();
     QByteArray back(150, '\x77');
@@ -271,7 +271,7 @@ void tst_FM25V02::longImageIsKept()
     const QByteArray image = pattern(40000, 17);
     state.write("fram.bin", image);
 
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     FM25V02_Init();
     QByteArray back(16, '\x77');
     FM25V02_READ(32760, back.data(), 16);
@@ -290,7 +290,7 @@ void tst_FM25V02::existingImageIsNotRecreated()
 {
     const QByteArray image = pattern(32768, 23);
     state.write("fram.bin", image);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     FM25V02_Init();
     FM25V02_RDID();
     FM25V02_Init();

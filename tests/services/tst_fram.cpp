@@ -2,11 +2,11 @@
 // and the DIP switches, model, pixel size and orientation come from the state files.
 #include "services/fram.h"
 
-#include "simtest.h"
+#include "testsupport.h"
 
 #include <QtTest>
 
-using SimTest::complaint;
+using TestSupport::complaint;
 
 class tst_Fram : public QObject {
     Q_OBJECT
@@ -55,7 +55,7 @@ private slots:
     void loadCreatesMissingImage();
 
 private:
-    SimTest::StateDir state;
+    TestSupport::StateDir state;
 };
 
 void tst_Fram::initTestCase()
@@ -77,7 +77,7 @@ void tst_Fram::buzzerIsOnByDefault()
 
 void tst_Fram::loadParamLogsOneLine()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     Fram::getInstance()->load_param();
     err.text();
     QCOMPARE(state.events(), QStringList { "param-load" });
@@ -85,7 +85,7 @@ void tst_Fram::loadParamLogsOneLine()
 
 void tst_Fram::saveParamLogsOneLine()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     Fram::getInstance()->load_param();
     state.clearEvents();
     Fram::getInstance()->save_param();
@@ -94,7 +94,7 @@ void tst_Fram::saveParamLogsOneLine()
 
 void tst_Fram::startupSequence()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     Fram *fram = Fram::getInstance();
     QCOMPARE(Fram::getInstance(), fram);
     fram->load_param();
@@ -161,7 +161,7 @@ void tst_Fram::dip()
     QFETCH(QByteArray, content);
     QFETCH(uint, value);
     state.write("dip", content);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(Fram::getInstance()->getDSWVal(), value);
     QCOMPARE(err.text(), QByteArray());
     QCOMPARE(state.events(), QStringList());
@@ -208,14 +208,14 @@ void tst_Fram::dipMalformed()
     QFETCH(QByteArray, content);
     QFETCH(QString, problem);
     state.write("dip", content);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(Fram::getInstance()->getDSWVal(), 0u);
     QCOMPARE(err.text(), complaint(state.path("dip"), problem));
 }
 
 void tst_Fram::dipMissing()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(Fram::getInstance()->getDSWVal(), 0u);
     QCOMPARE(err.text(), complaint(state.path("dip"), "missing, using 0"));
 }
@@ -226,7 +226,7 @@ void tst_Fram::dipComplaintIsNotRepeated()
 {
     Fram *fram = Fram::getInstance();
     state.write("dip", "x\n");
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     for (int i = 0; i < 5; ++i)
         QCOMPARE(fram->getDSWVal(), 0u);
     state.write("dip", "0x101\n");
@@ -255,7 +255,7 @@ void tst_Fram::model()
     QFETCH(QByteArray, content);
     QFETCH(int, value);
     state.write("model", content);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(Fram::getInstance()->getMonitorModel(), value);
     QCOMPARE(err.text(), QByteArray());
     QCOMPARE(state.events(), QStringList());
@@ -277,14 +277,14 @@ void tst_Fram::modelMalformed()
     QFETCH(QByteArray, content);
     QFETCH(QString, problem);
     state.write("model", content);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(Fram::getInstance()->getMonitorModel(), 7);
     QCOMPARE(err.text(), complaint(state.path("model"), problem));
 }
 
 void tst_Fram::modelMissing()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(Fram::getInstance()->getMonitorModel(), 7);
     QCOMPARE(err.text(), complaint(state.path("model"), "missing, using 7"));
 }
@@ -306,7 +306,7 @@ void tst_Fram::pixels()
     QFETCH(int, width);
     QFETCH(int, height);
     state.write("pixels", content);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     const std::pair<int, int> size = Fram::getInstance()->getMonitorPixel();
     QCOMPARE(size.first, width);
     QCOMPARE(size.second, height);
@@ -333,7 +333,7 @@ void tst_Fram::pixelsMalformed()
     QFETCH(QByteArray, content);
     QFETCH(QString, shown);
     state.write("pixels", content);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     const std::pair<int, int> size = Fram::getInstance()->getMonitorPixel();
     QCOMPARE(size.first, 800);
     QCOMPARE(size.second, 480);
@@ -344,7 +344,7 @@ void tst_Fram::pixelsMalformed()
 
 void tst_Fram::pixelsMissing()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     const std::pair<int, int> size = Fram::getInstance()->getMonitorPixel();
     QCOMPARE(size.first, 800);
     QCOMPARE(size.second, 480);
@@ -365,7 +365,7 @@ void tst_Fram::orientation()
     QFETCH(QByteArray, content);
     QFETCH(bool, rotated);
     state.write("orientation", content);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(Fram::getInstance()->getOrientation() != 0, rotated);
     QCOMPARE(err.text(), QByteArray());
     QCOMPARE(state.events(), QStringList());
@@ -373,7 +373,7 @@ void tst_Fram::orientation()
 
 void tst_Fram::orientationMissing()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(Fram::getInstance()->getOrientation(), 0);
     QCOMPARE(err.text(), complaint(state.path("orientation"), "missing, using 0"));
 }
@@ -381,7 +381,7 @@ void tst_Fram::orientationMissing()
 void tst_Fram::orientationMalformed()
 {
     state.write("orientation", "sideways\n");
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(Fram::getInstance()->getOrientation(), 0);
     QCOMPARE(
         err.text(), complaint(state.path("orientation"), R"("sideways" is not a number, using 0)"));
@@ -406,7 +406,7 @@ void tst_Fram::loadSaveKeepsImage()
     image[1] = char(length >> 8);
     state.write("fram.bin", image);
 
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     Fram::getInstance()->load_param();
     Fram::getInstance()->save_param();
     QCOMPARE(err.text(), QByteArray());
@@ -422,7 +422,7 @@ void tst_Fram::loadSaveKeepsShortImage()
     image[1] = 0;
     state.write("fram.bin", image);
 
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     Fram::getInstance()->load_param();
     Fram::getInstance()->save_param();
     QCOMPARE(err.text(),
@@ -434,7 +434,7 @@ void tst_Fram::loadSaveKeepsShortImage()
 
 void tst_Fram::loadCreatesMissingImage()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     Fram::getInstance()->load_param();
     Fram::getInstance()->save_param();
     QCOMPARE(err.text(), complaint(state.path("fram.bin"), "missing, creating a fresh FRAM image"));

@@ -2,11 +2,11 @@
 // 0..20, and a missing or bad brightness file reads as the brightest level.
 #include "services/klcd.h"
 
-#include "simtest.h"
+#include "testsupport.h"
 
 #include <QtTest>
 
-using SimTest::complaint;
+using TestSupport::complaint;
 
 class tst_KLcd : public QObject {
     Q_OBJECT
@@ -25,7 +25,7 @@ private slots:
     void badFile();
 
 private:
-    SimTest::StateDir state;
+    TestSupport::StateDir state;
 };
 
 void tst_KLcd::initTestCase()
@@ -66,7 +66,7 @@ void tst_KLcd::set()
     QFETCH(bool, flag);
     QFETCH(QString, line);
     QFETCH(int, stored);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     KLcd::getInstance()->setLcdBrightness(level, flag);
     QCOMPARE(state.events(), QStringList { line });
     QCOMPARE(KLcd::getInstance()->getLcdBrightness(), stored);
@@ -98,7 +98,7 @@ void tst_KLcd::stepsPastTheEnds()
 
 void tst_KLcd::missingFile()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(KLcd::getInstance()->getLcdBrightness(), 20);
     QCOMPARE(err.text(), complaint(state.path("brightness"), "missing, using 20"));
 }
@@ -118,7 +118,7 @@ void tst_KLcd::badFile()
     QFETCH(QByteArray, content);
     QFETCH(QString, problem);
     state.write("brightness", content);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     QCOMPARE(KLcd::getInstance()->getLcdBrightness(), 20);
     QCOMPARE(err.text(), complaint(state.path("brightness"), problem));
 }

@@ -2,14 +2,14 @@
 // runs on from the value set, and a missing or bad rtc file falls back to the host clock.
 #include "services/krtc.h"
 
-#include "simtest.h"
+#include "testsupport.h"
 
 #include <QtTest>
 
 #include <cstring>
 #include <ctime>
 
-using SimTest::complaint;
+using TestSupport::complaint;
 
 namespace {
 
@@ -63,7 +63,7 @@ private slots:
     void badFile();
 
 private:
-    SimTest::StateDir state;
+    TestSupport::StateDir state;
 };
 
 void tst_KRtc::initTestCase()
@@ -167,7 +167,7 @@ void tst_KRtc::clockRunsOn()
 
 void tst_KRtc::missingFileGivesHostClock()
 {
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     const qint64 before = std::time(nullptr);
     struct tm back;
     KRtc::getRtc(&back);
@@ -202,7 +202,7 @@ void tst_KRtc::badFile()
     QFETCH(QByteArray, content);
     QFETCH(QString, problem);
     state.write("rtc", content);
-    SimTest::StderrCapture err;
+    TestSupport::StderrCapture err;
     const qint64 before = std::time(nullptr);
     struct tm back;
     std::memset(&back, 0x55, sizeof back);

@@ -1,7 +1,7 @@
 // put_cross on the simulated unit: the frame buffer is the event log, one line per cross.
 #include "services/touch.h"
 
-#include "simtest.h"
+#include "testsupport.h"
 
 #include <QtTest>
 
@@ -18,7 +18,7 @@ private slots:
     void drawAndErase();
 
 private:
-    SimTest::StateDir state;
+    TestSupport::StateDir state;
 };
 
 void tst_Touch::initTestCase()
