@@ -71,6 +71,9 @@ void RtcInterface::init()
     column->addLayout(buttons);
     resultPage->setLayout(column);
     stackedWidget->addWidget(resultPage);
+    // The keyboard's frame lies partly outside the pages: a page change repaints the screen.
+    connect(
+        stackedWidget, &QStackedWidget::currentChanged, this, QOverload<>::of(&QWidget::update));
 }
 
 QString RtcInterface::getDateFormat()
