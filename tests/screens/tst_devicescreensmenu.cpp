@@ -1,5 +1,6 @@
-// The key and LED screen and the clock screen inside the real BenchTest of a virtual unit in
-// menu mode (DIP 1): each is started from its menu button and returns to the menu.
+// The key and LED screen and the clock screen inside the real BenchTest of a virtual unit: in
+// menu mode (DIP 1) each is started from its menu button and returns to the menu; in the bench
+// walk (DIP 0) the dispatcher shows and starts them and Continue moves the walk on.
 #include "benchtest.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
@@ -54,18 +55,19 @@ private Q_SLOTS:
     void initTestCase();
     void keyAndLedReturnsToMenu();
     void rtcReturnsToMenu();
+    void benchWalkStartsAndLeaves();
 };
 
 void TestDeviceScreensMenu::initTestCase()
 {
     if (!QFile::exists(simPath(QStringLiteral("key-feed"))))
         QSKIP("needs a virtual unit with --key");
-    writeSim(QStringLiteral("dip"), QStringLiteral("1"));
     writeSim(QStringLiteral("model"), QStringLiteral("7"));
 }
 
 void TestDeviceScreensMenu::keyAndLedReturnsToMenu()
 {
+    writeSim(QStringLiteral("dip"), QStringLiteral("1"));
     BenchTest bench;
     bench.showFullScreen();
     QVERIFY(QTest::qWaitForWindowExposed(&bench));
@@ -83,6 +85,7 @@ void TestDeviceScreensMenu::keyAndLedReturnsToMenu()
 
 void TestDeviceScreensMenu::rtcReturnsToMenu()
 {
+    writeSim(QStringLiteral("dip"), QStringLiteral("1"));
     BenchTest bench;
     bench.showFullScreen();
     QVERIFY(QTest::qWaitForWindowExposed(&bench));
@@ -103,6 +106,34 @@ void TestDeviceScreensMenu::rtcReturnsToMenu()
     QTest::mouseClick(next, Qt::LeftButton);
     QCOMPARE(events().value(0), QStringLiteral("rtc-set 10 10 10 1 9 118 1 274"));
     QVERIFY(qobject_cast<FunctionTestInterface *>(current(bench)));
+}
+
+// In the bench walk (DIP 0) the dispatcher shows each screen and starts the clock entry; the
+// key screen's Continue moves the walk on to the stage after the current one.
+void TestDeviceScreensMenu::benchWalkStartsAndLeaves()
+{
+    writeSim(QStringLiteral("dip"), QStringLiteral("0"));
+    BenchTest bench;
+    bench.showFullScreen();
+    QVERIFY(QTest::qWaitForWindowExposed(&bench));
+    auto *stack = bench.findChild<QStackedWidget *>();
+    // The walk starts on touch calibration (stage 1, page 12) after 200 ms.
+    QTRY_COMPARE(stack->currentIndex(), 12);
+    bench.callFunction(DateTimeFunction);
+    auto *rtc = qobject_cast<RtcInterface *>(current(bench));
+    QVERIFY(rtc);
+    QCOMPARE(stack->currentIndex(), 11);
+    QVERIFY(rtc->findChild<InputPanelInterface *>()->isVisible());
+    bench.callFunction(KeyAndLedFunction);
+    auto *key = qobject_cast<KeyAndLedInterface *>(current(bench));
+    QVERIFY(key);
+    QCOMPARE(stack->currentIndex(), 10);
+    QVERIFY(feed("30 1\n30 1\n30 1\n"));
+    auto *button = key->findChild<FunctionButton *>();
+    QTRY_VERIFY(button->isVisible());
+    QTest::mouseClick(button, Qt::LeftButton);
+    // Stage 2 is the brightness page (index 6).
+    QCOMPARE(stack->currentIndex(), 6);
 }
 
 QTEST_MAIN(TestDeviceScreensMenu)
