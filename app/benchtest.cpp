@@ -13,6 +13,8 @@
 #include "communicationtest.h"
 #include "errordevicelistinterface.h"
 #include "functiontestinterface.h"
+#include "keyandledinterface.h"
+#include "rtcinterface.h"
 #include "testerinterface.h"
 
 #include <QBoxLayout>
@@ -175,10 +177,18 @@ void BenchTest::initBenchTestPages()
     batteryPowerInterface = new BatteryPowerInterface;
     batteryPageIndex = stackedWidget->addWidget(batteryPowerInterface);
 
-    // Blank until the LCM, key and LED, clock, calibration and DIP switch screens land.
+    // Blank until the LCM screen lands.
     lcmPageIndex = stackedWidget->addWidget(new QWidget);
-    keyAndLedPageIndex = stackedWidget->addWidget(new QWidget);
-    rtcPageIndex = stackedWidget->addWidget(new QWidget);
+
+    keyAndLedInterface = new KeyAndLedInterface;
+    keyAndLedPageIndex = stackedWidget->addWidget(keyAndLedInterface);
+    connect(keyAndLedInterface, &KeyAndLedInterface::exitSignal, this, &BenchTest::nextStage);
+
+    rtcInterface = new RtcInterface;
+    rtcPageIndex = stackedWidget->addWidget(rtcInterface);
+    connect(rtcInterface, &RtcInterface::exitSignal, this, &BenchTest::nextStage);
+
+    // Blank until the calibration and DIP switch screens land.
     calibrationPageIndex = stackedWidget->addWidget(new QWidget);
     dipSwitchPageIndex = stackedWidget->addWidget(new QWidget);
     errorDeviceList = new ErrorDeviceListInterface;
@@ -386,7 +396,8 @@ const QList<BenchTest::KeyAction> &BenchTest::keyActions()
     static const QList<KeyAction> actions {
         { TouchPanelFunction, &BenchTest::calibrationPageIndex, {} },
         { BrightnessFunction, &BenchTest::brightnessPageIndex, {} },
-        { DateTimeFunction, &BenchTest::rtcPageIndex, {} },
+        { DateTimeFunction, &BenchTest::rtcPageIndex,
+            [](BenchTest &b) { b.rtcInterface->run(); } },
         { BatteryPowerFunction, &BenchTest::batteryPageIndex, {} },
         { BacklightFunction, &BenchTest::backlightPageIndex,
             [](BenchTest &b) { b.backlightInterface->runTimer(); } },

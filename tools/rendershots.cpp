@@ -3,6 +3,8 @@
 // it shows the real BenchTest for the DIP value of the unit, then each page in turn.
 #include "benchtest.h"
 #include "common/functionbutton.h"
+#include "keyandledinterface.h"
+#include "rtcinterface.h"
 
 #include <QApplication>
 #include <QDir>
@@ -30,13 +32,37 @@ int main(int argc, char *argv[])
     QTest::qWait(300);
     auto *stack = bench.findChild<QStackedWidget *>();
     for (int i = 0; stack && i < stack->count(); ++i) {
+        QWidget *page = stack->widget(i);
+        const QString name = QString::fromLatin1(page->metaObject()->className());
+        const QString file
+            = QStringLiteral("%1page%2-%3").arg(prefix).arg(i, 2, 10, QLatin1Char('0')).arg(name);
+        auto shoot = [&](const QString &state) {
+            QTest::qWait(100);
+            QGuiApplication::primaryScreen()->grabWindow(0).save(
+                file + state + QStringLiteral(".png"));
+        };
+        auto *rtc = qobject_cast<RtcInterface *>(page);
+        // The clock screen as it is started: the date field.
+        if (rtc)
+            rtc->run();
         stack->setCurrentIndex(i);
-        QTest::qWait(100);
-        const QString name = QString::fromLatin1(stack->widget(i)->metaObject()->className());
-        QGuiApplication::primaryScreen()->grabWindow(0).save(QStringLiteral("%1page%2-%3.png")
-                                                                 .arg(prefix)
-                                                                 .arg(i, 2, 10, QLatin1Char('0'))
-                                                                 .arg(name));
+        shoot(QString());
+        if (auto *key = qobject_cast<KeyAndLedInterface *>(page)) {
+            KeyAndLedInterface::input_event press = {};
+            press.type = 1;
+            press.code = 30;
+            press.value = 1;
+            for (int n = 0; n < 3; ++n)
+                key->processHomekey(&press);
+            shoot(QStringLiteral("-pressed3"));
+            key->reset();
+        }
+        if (rtc) {
+            rtc->editFinish(QStringLiteral("2024/02/29"));
+            shoot(QStringLiteral("-time"));
+            rtc->editFinish(QStringLiteral("23:59:59"));
+            shoot(QStringLiteral("-result"));
+        }
     }
     // The popup buttons over the communication page, as the worker sees them after a test.
     for (QWidget *w : QApplication::topLevelWidgets()) {

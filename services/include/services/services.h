@@ -5,6 +5,7 @@
 #include "services/fm25v02.h"
 #include "services/fram.h"
 #include "services/interface.h"
+#include "services/keydevice.h"
 #include "services/klcd.h"
 #include "services/krtc.h"
 #include "services/touch.h"
