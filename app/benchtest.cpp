@@ -9,10 +9,13 @@
 
 #include "backlightinterface.h"
 #include "batterypowerinterface.h"
+#include "brightnessinterface.h"
 #include "burnintestinterface.h"
 #include "communicationtest.h"
+#include "dipswitchinterface.h"
 #include "errordevicelistinterface.h"
 #include "functiontestinterface.h"
+#include "lcminterface.h"
 #include "testerinterface.h"
 
 #include <QBoxLayout>
@@ -120,8 +123,9 @@ void BenchTest::initBenchTestPages()
     macPageIndex = stackedWidget->addWidget(new QWidget);
     // Blank until the USB test lands (usb/).
     usbPageIndex = stackedWidget->addWidget(new QWidget);
-    // Blank until the brightness screen lands (screens/).
-    brightnessPageIndex = stackedWidget->addWidget(new QWidget);
+    brightnessInterface = new BrightnessInterface;
+    brightnessPageIndex = stackedWidget->addWidget(brightnessInterface);
+    connect(brightnessInterface, &BrightnessInterface::exitSignal, this, &BenchTest::nextStage);
 
     backlightInterface = new BacklightInterface;
     backlightPageIndex = stackedWidget->addWidget(backlightInterface);
@@ -130,12 +134,19 @@ void BenchTest::initBenchTestPages()
     batteryPowerInterface = new BatteryPowerInterface;
     batteryPageIndex = stackedWidget->addWidget(batteryPowerInterface);
 
-    // Blank until the LCM, key and LED, clock, calibration and DIP switch screens land.
-    lcmPageIndex = stackedWidget->addWidget(new QWidget);
+    lcmInterface = new LcmInterface;
+    lcmPageIndex = stackedWidget->addWidget(lcmInterface);
+    connect(lcmInterface, &LcmInterface::exitSignal, this, &BenchTest::nextStage);
+
+    // Blank until the key and LED, clock and calibration screens land.
     keyAndLedPageIndex = stackedWidget->addWidget(new QWidget);
     rtcPageIndex = stackedWidget->addWidget(new QWidget);
     calibrationPageIndex = stackedWidget->addWidget(new QWidget);
-    dipSwitchPageIndex = stackedWidget->addWidget(new QWidget);
+
+    dipSwitchInterface = new DipSwitchInterface;
+    dipSwitchPageIndex = stackedWidget->addWidget(dipSwitchInterface);
+    connect(dipSwitchInterface, &DipSwitchInterface::exitSignal, this, &BenchTest::nextStage);
+
     errorDeviceList = new ErrorDeviceListInterface;
     errorListPageIndex = stackedWidget->addWidget(errorDeviceList);
     connect(errorDeviceList, &ErrorDeviceListInterface::exitSignal, this, &BenchTest::inputMAC);
@@ -339,6 +350,7 @@ void BenchTest::callFunction(QString key)
         showPage(keyAndLedPageIndex);
     } else if (key == DipSwitchesFunction) {
         showPage(dipSwitchPageIndex);
+        dipSwitchInterface->run();
     } else if (key == EthernetFunction) {
         showPage(communicationPageIndex);
         startCommunication(IPANDPORT, Ethernet, true);

@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QtGlobal>
 
+#include <cstdio>
+
 namespace TestSupport {
 
 inline QString simPath(const QString &name)
@@ -18,6 +20,23 @@ inline void writeSim(const QString &name, const QString &text)
     QFile file(simPath(name));
     if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         file.write(text.toUtf8() + '\n');
+}
+
+// Replaces a state file in one step (a temporary file renamed over it), so that a program
+// polling the file while it runs never reads it half written.
+inline bool replaceSim(const QString &name, const QString &text)
+{
+    const QString path = simPath(name);
+    const QString temporary = path + QStringLiteral(".new");
+    QFile file(temporary);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return false;
+    const QByteArray bytes = text.toUtf8() + '\n';
+    const bool written = file.write(bytes) == bytes.size();
+    file.close();
+    return written && std::rename(QFile::encodeName(temporary).constData(),
+                          QFile::encodeName(path).constData())
+        == 0;
 }
 
 inline void removeSim(const QString &name)
