@@ -197,7 +197,9 @@ void TestLcmInterface::paintsBarsThenBands()
 {
     const QRect geometry = screenGeometry();
     LcmInterface lcm;
-    lcm.resize(geometry.size());
+    lcm.setGeometry(geometry);
+    lcm.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&lcm));
     const QRect button = lcm.findChild<FunctionButton *>()->geometry();
     for (const auto direction : { LcmInterface::Vertical, LcmInterface::Horizontal }) {
         lcm.setColorDirection(direction);
@@ -257,7 +259,7 @@ void TestLcmInterface::layout()
     lcm.setGeometry(screenGeometry());
     lcm.show();
     QVERIFY(QTest::qWaitForWindowExposed(&lcm));
-    QCOMPARE(button->geometry().center().x(), lcm.rect().center().x());
+    QVERIFY(qAbs(button->geometry().center().x() - lcm.rect().center().x()) <= 1);
     QVERIFY(button->geometry().top() >= lcm.height() / 2 - 1);
 }
 
@@ -277,8 +279,9 @@ void TestLcmInterface::continueSequence()
     QCOMPARE(lcm.colorDirection(), LcmInterface::Horizontal);
     QCOMPARE(exits.count(), 0);
     QTRY_VERIFY(paints.count > 0);
+    // A page on its own keeps the height its spacers ask for; the bands follow the screen.
     const QImage bands = lcm.grab().toImage();
-    QCOMPARE(bands.pixelColor(5, lcm.height() - 2), QColor(Qt::white));
+    QCOMPARE(bands.pixelColor(5, screenGeometry().height() - 2), QColor(Qt::white));
     QCOMPARE(bands.pixelColor(5, 0), QColor(Qt::black));
 
     QTest::mouseClick(button, Qt::LeftButton);
