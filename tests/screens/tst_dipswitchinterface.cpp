@@ -117,9 +117,13 @@ DipSwitchInterface *TestDipSwitchInterface::startPage(unsigned int dip)
     page->show();
     if (!QTest::qWaitForWindowExposed(page))
         return nullptr;
-    page->run();
-    QTest::qWait(150);
     paints = new PaintCounter(page);
+    page->run();
+    // Counted from the first paint of the started page on.
+    if (!QTest::qWaitFor([this] { return paints->count > 0; }, 5000))
+        return nullptr;
+    QTest::qWait(50);
+    paints->count = 0;
     clearEvents();
     return page;
 }

@@ -313,8 +313,11 @@ void TestLcmInterface::setColorDirection()
     lcm.setGeometry(screenGeometry());
     lcm.show();
     QVERIFY(QTest::qWaitForWindowExposed(&lcm));
-    QTest::qWait(100);
     PaintCounter paints(&lcm);
+    lcm.update();
+    QTRY_VERIFY(paints.count > 0);
+    QTest::qWait(50);
+    paints.count = 0;
     lcm.setColorDirection(LcmInterface::Vertical);
     QTest::qWait(100);
     QCOMPARE(paints.count, 0);
