@@ -34,9 +34,11 @@ inline bool replaceSim(const QString &name, const QString &text)
     const QByteArray bytes = text.toUtf8() + '\n';
     const bool written = file.write(bytes) == bytes.size();
     file.close();
-    return written && std::rename(QFile::encodeName(temporary).constData(),
-                          QFile::encodeName(path).constData())
-        == 0;
+    if (!written)
+        return false;
+    const QByteArray from = QFile::encodeName(temporary);
+    const QByteArray to = QFile::encodeName(path);
+    return std::rename(from.constData(), to.constData()) == 0;
 }
 
 inline void removeSim(const QString &name)
