@@ -350,7 +350,8 @@ void BenchTest::callFunction(QString key)
         showPage(keyAndLedPageIndex);
     } else if (key == DipSwitchesFunction) {
         showPage(dipSwitchPageIndex);
-        dipSwitchInterface->run();
+        if (dipSwitchInterface)
+            dipSwitchInterface->run();
     } else if (key == EthernetFunction) {
         showPage(communicationPageIndex);
         startCommunication(IPANDPORT, Ethernet, true);
