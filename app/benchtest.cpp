@@ -9,11 +9,14 @@
 
 #include "backlightinterface.h"
 #include "batterypowerinterface.h"
+#include "brightnessinterface.h"
 #include "burnintestinterface.h"
 #include "communicationtest.h"
+#include "dipswitchinterface.h"
 #include "errordevicelistinterface.h"
 #include "functiontestinterface.h"
 #include "keyandledinterface.h"
+#include "lcminterface.h"
 #include "rtcinterface.h"
 #include "testerinterface.h"
 
@@ -167,8 +170,9 @@ void BenchTest::initBenchTestPages()
     macPageIndex = stackedWidget->addWidget(new QWidget);
     // Blank until the USB test lands (usb/).
     usbPageIndex = stackedWidget->addWidget(new QWidget);
-    // Blank until the brightness screen lands (screens/).
-    brightnessPageIndex = stackedWidget->addWidget(new QWidget);
+    brightnessInterface = new BrightnessInterface;
+    brightnessPageIndex = stackedWidget->addWidget(brightnessInterface);
+    connect(brightnessInterface, &BrightnessInterface::exitSignal, this, &BenchTest::nextStage);
 
     backlightInterface = new BacklightInterface;
     backlightPageIndex = stackedWidget->addWidget(backlightInterface);
@@ -177,8 +181,9 @@ void BenchTest::initBenchTestPages()
     batteryPowerInterface = new BatteryPowerInterface;
     batteryPageIndex = stackedWidget->addWidget(batteryPowerInterface);
 
-    // Blank until the LCM screen lands.
-    lcmPageIndex = stackedWidget->addWidget(new QWidget);
+    lcmInterface = new LcmInterface;
+    lcmPageIndex = stackedWidget->addWidget(lcmInterface);
+    connect(lcmInterface, &LcmInterface::exitSignal, this, &BenchTest::nextStage);
 
     keyAndLedInterface = new KeyAndLedInterface;
     keyAndLedPageIndex = stackedWidget->addWidget(keyAndLedInterface);
@@ -188,9 +193,13 @@ void BenchTest::initBenchTestPages()
     rtcPageIndex = stackedWidget->addWidget(rtcInterface);
     connect(rtcInterface, &RtcInterface::exitSignal, this, &BenchTest::nextStage);
 
-    // Blank until the calibration and DIP switch screens land.
+    // Blank until the calibration screen lands.
     calibrationPageIndex = stackedWidget->addWidget(new QWidget);
-    dipSwitchPageIndex = stackedWidget->addWidget(new QWidget);
+
+    dipSwitchInterface = new DipSwitchInterface;
+    dipSwitchPageIndex = stackedWidget->addWidget(dipSwitchInterface);
+    connect(dipSwitchInterface, &DipSwitchInterface::exitSignal, this, &BenchTest::nextStage);
+
     errorDeviceList = new ErrorDeviceListInterface;
     errorListPageIndex = stackedWidget->addWidget(errorDeviceList);
     connect(errorDeviceList, &ErrorDeviceListInterface::exitSignal, this, &BenchTest::inputMAC);
@@ -396,14 +405,17 @@ const QList<BenchTest::KeyAction> &BenchTest::keyActions()
     static const QList<KeyAction> actions {
         { TouchPanelFunction, &BenchTest::calibrationPageIndex, {} },
         { BrightnessFunction, &BenchTest::brightnessPageIndex, {} },
-        { DateTimeFunction, &BenchTest::rtcPageIndex,
-            [](BenchTest &b) { b.rtcInterface->run(); } },
+        { DateTimeFunction, &BenchTest::rtcPageIndex, [](BenchTest &b) { b.rtcInterface->run(); } },
         { BatteryPowerFunction, &BenchTest::batteryPageIndex, {} },
         { BacklightFunction, &BenchTest::backlightPageIndex,
             [](BenchTest &b) { b.backlightInterface->runTimer(); } },
         { LcmFunction, &BenchTest::lcmPageIndex, {} },
         { KeyAndLedFunction, &BenchTest::keyAndLedPageIndex, {} },
-        { DipSwitchesFunction, &BenchTest::dipSwitchPageIndex, {} },
+        { DipSwitchesFunction, &BenchTest::dipSwitchPageIndex,
+            [](BenchTest &b) {
+                if (b.dipSwitchInterface)
+                    b.dipSwitchInterface->run();
+            } },
         { EthernetFunction, &BenchTest::communicationPageIndex, serial(IPANDPORT, Ethernet) },
         { Com1RS232Function, &BenchTest::communicationPageIndex, gatedSerial(COMPORT1, RS232) },
         { Com1RS422Function, &BenchTest::communicationPageIndex, serial(COMPORT1, RS422) },

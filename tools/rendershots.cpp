@@ -2,15 +2,87 @@
 // unit: rendershots OUTDIR. Run it in a virtual unit with the screen size and model wanted;
 // it shows the real BenchTest for the DIP value of the unit, then each page in turn.
 #include "benchtest.h"
+#include "brightnessinterface.h"
 #include "common/functionbutton.h"
+#include "dipswitchinterface.h"
 #include "keyandledinterface.h"
+#include "lcminterface.h"
 #include "rtcinterface.h"
+#include "services/klcd.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QFile>
 #include <QScreen>
 #include <QStackedWidget>
 #include <QTest>
+
+namespace {
+QString simFile(const QString &name)
+{
+    const QString dir = qEnvironmentVariable("BENCHTEST_SIM_DIR");
+    return (dir.isEmpty() ? QStringLiteral("/sim") : dir) + QLatin1Char('/') + name;
+}
+
+// Flips the unit's switches in one step, as the DIP screen polls them.
+void setDip(const QByteArray &text)
+{
+    const QString path = simFile(QStringLiteral("dip"));
+    QFile file(path + QStringLiteral(".new"));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return;
+    file.write(text);
+    file.close();
+    QFile::remove(path);
+    file.rename(path);
+}
+
+void shoot(const QString &prefix, const QString &name)
+{
+    QTest::qWait(250);
+    QGuiApplication::primaryScreen()->grabWindow(0).save(prefix + name + QStringLiteral(".png"));
+}
+
+// The states of the device check screens that the page walk does not show.
+void shootScreenStates(QStackedWidget *stack, const QString &prefix)
+{
+    if (auto *lcm = stack->findChild<LcmInterface *>()) {
+        stack->setCurrentWidget(lcm);
+        lcm->setColorDirection(LcmInterface::Vertical);
+        shoot(prefix, QStringLiteral("lcm-vertical"));
+        lcm->setColorDirection(LcmInterface::Horizontal);
+        shoot(prefix, QStringLiteral("lcm-horizontal"));
+        lcm->setColorDirection(LcmInterface::Vertical);
+    }
+    if (auto *brightness = stack->findChild<BrightnessInterface *>()) {
+        stack->setCurrentWidget(brightness);
+        for (int level : { 0, 7, 20 }) {
+            KLcd::getInstance()->setLcdBrightness(level, true);
+            brightness->update();
+            shoot(prefix, QStringLiteral("brightness-%1").arg(level));
+        }
+    }
+    if (auto *dip = stack->findChild<DipSwitchInterface *>()) {
+        QFile file(simFile(QStringLiteral("dip")));
+        const QByteArray saved
+            = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("0\n");
+        file.close();
+        setDip("0x0\n");
+        stack->setCurrentWidget(dip);
+        dip->run();
+        shoot(prefix, QStringLiteral("dip-0000-on-hint"));
+        setDip("0x1010\n");
+        shoot(prefix, QStringLiteral("dip-1010-on-hint"));
+        setDip("0x1111\n");
+        shoot(prefix, QStringLiteral("dip-1111-off-hint"));
+        setDip("0x0101\n");
+        shoot(prefix, QStringLiteral("dip-0101-off-hint"));
+        // Back to the switches the unit started with, before all OFF can end the page.
+        setDip(saved);
+        dip->exit();
+    }
+}
+} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -64,6 +136,8 @@ int main(int argc, char *argv[])
             shoot(QStringLiteral("-result"));
         }
     }
+    if (stack)
+        shootScreenStates(stack, prefix);
     // The popup buttons over the communication page, as the worker sees them after a test.
     for (QWidget *w : QApplication::topLevelWidgets()) {
         if (auto *b = qobject_cast<FunctionButton *>(w)) {

@@ -192,4 +192,21 @@ void installQuietPlatform()
     platformPrevious = qInstallMessageHandler(quietPlatform);
 }
 
+bool replaceSim(const QString &name, const QString &text)
+{
+    const QString path = simPath(name);
+    const QString temporary = path + QStringLiteral(".new");
+    QFile file(temporary);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return false;
+    const QByteArray bytes = text.toUtf8() + '\n';
+    const bool written = file.write(bytes) == bytes.size();
+    file.close();
+    if (!written)
+        return false;
+    return std::rename(
+               QFile::encodeName(temporary).constData(), QFile::encodeName(path).constData())
+        == 0;
+}
+
 } // namespace TestSupport

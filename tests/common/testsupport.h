@@ -22,6 +22,9 @@ void writeSim(const QString &name, const QString &text);
 bool writeSimFile(const QString &name, const QByteArray &contents);
 QByteArray readSimFile(const QString &name);
 void removeSim(const QString &name);
+// Replaces a state file in one step (a temporary file renamed over it), so that a program
+// polling the file while it runs never reads it half written.
+bool replaceSim(const QString &name, const QString &text);
 // The panel model the unit reports.
 bool setSimModel(int model);
 
