@@ -8,6 +8,7 @@
 #include "services/fram.h"
 
 #include "backlightinterface.h"
+#include "caliinterface.h"
 #include "batterypowerinterface.h"
 #include "burnintestinterface.h"
 #include "communicationtest.h"
@@ -130,11 +131,13 @@ void BenchTest::initBenchTestPages()
     batteryPowerInterface = new BatteryPowerInterface;
     batteryPageIndex = stackedWidget->addWidget(batteryPowerInterface);
 
-    // Blank until the LCM, key and LED, clock, calibration and DIP switch screens land.
+    // Blank until the LCM, key and LED, clock and DIP switch screens land.
     lcmPageIndex = stackedWidget->addWidget(new QWidget);
     keyAndLedPageIndex = stackedWidget->addWidget(new QWidget);
     rtcPageIndex = stackedWidget->addWidget(new QWidget);
-    calibrationPageIndex = stackedWidget->addWidget(new QWidget);
+    calibrationInterface = new caliInterface;
+    calibrationPageIndex = stackedWidget->addWidget(calibrationInterface);
+    connect(calibrationInterface, &caliInterface::exitSignal, this, &BenchTest::nextStage);
     dipSwitchPageIndex = stackedWidget->addWidget(new QWidget);
     errorDeviceList = new ErrorDeviceListInterface;
     errorListPageIndex = stackedWidget->addWidget(errorDeviceList);
@@ -324,6 +327,7 @@ void BenchTest::callFunction(QString key)
 {
     if (key == TouchPanelFunction) {
         showPage(calibrationPageIndex);
+        calibrationInterface->exec();
     } else if (key == BrightnessFunction) {
         showPage(brightnessPageIndex);
     } else if (key == DateTimeFunction) {

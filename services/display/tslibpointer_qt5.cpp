@@ -1,0 +1,79 @@
+#include "tslibpointer.h"
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QMouseEvent>
+#include <QPointer>
+#include <QSocketNotifier>
+#include <QWindow>
+
+#include <tslib.h>
+
+#include <cstdlib>
+
+namespace {
+
+// Qt 5 on Debian has no tslib plugin: calibrated samples from ts_read become mouse events
+// of the window under the touch.
+class TslibPointer : public QObject {
+public:
+    explicit TslibPointer(tsdev *dev)
+        : dev(dev)
+        , notifier(ts_fd(dev), QSocketNotifier::Read, this)
+    {
+        connect(&notifier, &QSocketNotifier::activated, this, [this] { readSamples(); });
+    }
+    ~TslibPointer() override { ts_close(dev); }
+
+private:
+    void readSamples()
+    {
+        ts_sample sample;
+        while (ts_read(dev, &sample, 1) == 1) {
+            const QPoint pos(sample.x, sample.y);
+            const bool down = sample.pressure > 0;
+            QEvent::Type type = QEvent::MouseMove;
+            if (down && !pressed)
+                type = QEvent::MouseButtonPress;
+            else if (!down && pressed)
+                type = QEvent::MouseButtonRelease;
+            else if (!down)
+                continue;
+            deliver(type, pos, down);
+            pressed = down;
+        }
+    }
+
+    void deliver(QEvent::Type type, const QPoint &pos, bool down)
+    {
+        QWindow *window = grabbed ? grabbed.data() : QGuiApplication::topLevelAt(pos);
+        if (!window)
+            return;
+        grabbed = down ? window : nullptr;
+        const QPointF local = window->mapFromGlobal(pos);
+        const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
+        QMouseEvent event(type, local, local, QPointF(pos), button,
+            down ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(window, &event);
+    }
+
+    tsdev *dev;
+    QSocketNotifier notifier;
+    QPointer<QWindow> grabbed;
+    bool pressed = false;
+};
+
+} // namespace
+
+QObject *createTslibPointer()
+{
+    const char *device = getenv("TSLIB_TSDEVICE");
+    tsdev *dev = ts_open(device ? device : "/dev/input/event0", 1);
+    if (!dev)
+        return nullptr;
+    if (ts_config(dev)) {
+        ts_close(dev);
+        return nullptr;
+    }
+    return new TslibPointer(dev);
+}
