@@ -19,8 +19,7 @@
 #include <cstdlib>
 #include <utility>
 
-caliInterface::caliInterface(QWidget *parent)
-    : QWidget(parent)
+caliInterface::caliInterface(QWidget *parent) : QWidget(parent)
 {
     // kept: the panel size is asked twice, width from the first answer, height from the second
     xres = Fram::getInstance()->getMonitorPixel().first;
@@ -46,8 +45,8 @@ caliInterface::caliInterface(QWidget *parent)
     crossLabel->hide();
 
     buildHints(false);
-    names << QStringLiteral("Top left") << QStringLiteral("Top right") << QStringLiteral("Bot right")
-          << QStringLiteral("Bot left") << QStringLiteral("Center");
+    names << QStringLiteral("Top left") << QStringLiteral("Top right")
+          << QStringLiteral("Bot right") << QStringLiteral("Bot left") << QStringLiteral("Center");
 
     squareFrame = new QFrame(this);
     squareFrame->setObjectName(QStringLiteral("frame"));
@@ -164,8 +163,8 @@ void caliInterface::doCalibration()
         crossLabel->move(targets[i]);
         QApplication::processEvents();
         drainTouchInput();
-        get_sample(ts, &cal, i, targets[i].x() + 10, targets[i].y() + 10,
-            names[i].toLatin1().constData());
+        get_sample(
+            ts, &cal, i, targets[i].x() + 10, targets[i].y() + 10, names[i].toLatin1().constData());
         Fram::getInstance()->makeSound(2);
         repaint();
     }

@@ -17,9 +17,7 @@ namespace {
 // of the window under the touch.
 class TslibPointer : public QObject {
 public:
-    explicit TslibPointer(tsdev *dev)
-        : dev(dev)
-        , notifier(ts_fd(dev), QSocketNotifier::Read, this)
+    explicit TslibPointer(tsdev *dev) : dev(dev), notifier(ts_fd(dev), QSocketNotifier::Read, this)
     {
         connect(&notifier, &QSocketNotifier::activated, this, [this] { readSamples(); });
     }
