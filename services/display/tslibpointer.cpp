@@ -13,8 +13,10 @@
 
 namespace {
 
-// Qt 5 on Debian has no tslib plugin: calibrated samples from ts_read become mouse events
-// of the window under the touch.
+// Calibrated samples from ts_read become mouse events of the window under the touch. Our own
+// handler on both Qt versions: Qt 5 on Debian has no tslib plugin, and Qt 6's plugin makes its
+// first read only when a touch arrives, so a line that flushes on first read loses that touch
+// after every reopen.
 class TslibPointer : public QObject {
 public:
     explicit TslibPointer(tsdev *dev) : dev(dev), notifier(ts_fd(dev), QSocketNotifier::Read, this)
@@ -73,5 +75,8 @@ QObject *createTslibPointer()
         ts_close(dev);
         return nullptr;
     }
+    // The first read sets the line up and flushes it; done now, no later touch is lost.
+    ts_sample sample;
+    ts_read(dev, &sample, 1);
     return new TslibPointer(dev);
 }
