@@ -376,7 +376,8 @@ void TestCaliInterface::againInInitModeRunsTwice()
 
 void TestCaliInterface::identicalTouchesFail()
 {
-    const QList<QPoint> same(5, QPoint(600, 600));
+    const QList<QPoint> same { { 600, 600 }, { 600, 600 }, { 600, 600 }, { 600, 600 },
+        { 600, 600 } };
     TargetPresser presser(Centres800, same);
     StdoutCapture out;
     page->exec();
