@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QList>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QSocketNotifier>
@@ -28,10 +29,17 @@ public:
 private:
     void readSamples()
     {
+        // Everything waiting is read first: a receiver of the events may close this pointer.
+        QList<ts_sample> samples;
         ts_sample sample;
-        while (ts_read(dev, &sample, 1) == 1) {
-            const QPoint pos(sample.x, sample.y);
-            const bool down = sample.pressure > 0;
+        while (ts_read(dev, &sample, 1) == 1)
+            samples << sample;
+        QPointer<TslibPointer> alive(this);
+        for (const ts_sample &s : samples) {
+            if (!alive)
+                return;
+            const QPoint pos(s.x, s.y);
+            const bool down = s.pressure > 0;
             QEvent::Type type = QEvent::MouseMove;
             if (down && !pressed)
                 type = QEvent::MouseButtonPress;
@@ -39,8 +47,8 @@ private:
                 type = QEvent::MouseButtonRelease;
             else if (!down)
                 continue;
-            deliver(type, pos, down);
             pressed = down;
+            deliver(type, pos, down);
         }
     }
 
