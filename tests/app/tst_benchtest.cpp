@@ -11,6 +11,8 @@
 #include "functiontestinterface.h"
 #include "testsupport.h"
 
+#include "../calibration/calibrationtestsupport.h"
+
 #include <QDir>
 #include <QFile>
 #include <QNetworkInterface>
@@ -118,6 +120,8 @@ private Q_SLOTS:
 
 private:
     QStackedWidget *stack(BenchTest &b) { return b.stackedWidget; }
+    // The bench walk starts with the touch calibration, which waits for five touches.
+    CalibrationTest::AutoToucher toucher;
     int stage(BenchTest &b) { return b.currentStage; }
     QMap<int, QString> sequenceOf(BenchTest &b) { return b.benchTestSequence; }
     int pageForKey(BenchTest &b, const QString &key);

@@ -131,4 +131,46 @@ private:
     std::thread worker;
 };
 
+// Touches every calibration cross the program waits on, for as long as it lives: a cross that
+// is the last line of events.log for 30 ms means getxy is waiting. The raw point is twice the
+// screen point, so the fit is never degenerate.
+class AutoToucher {
+public:
+    AutoToucher()
+    {
+        worker = std::thread([this] {
+            QString last;
+            int stableFor = 0;
+            bool pressedThis = false;
+            while (!stop) {
+                usleep(5000);
+                const QStringList log = TestSupport::events();
+                const QString now = log.isEmpty() ? QString() : log.last();
+                if (now != last) {
+                    last = now;
+                    stableFor = 0;
+                    pressedThis = false;
+                    continue;
+                }
+                stableFor += 5;
+                const QStringList f = now.split(QLatin1Char(' '));
+                if (pressedThis || stableFor < 30 || f.size() != 4
+                    || f[0] != QLatin1String("cross"))
+                    continue;
+                feed(press(f[1].toInt() * 2, f[2].toInt() * 2));
+                pressedThis = true;
+            }
+        });
+    }
+    ~AutoToucher()
+    {
+        stop = true;
+        worker.join();
+    }
+
+private:
+    std::atomic<bool> stop { false };
+    std::thread worker;
+};
+
 } // namespace CalibrationTest
