@@ -9,7 +9,11 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <QTemporaryFile>
+
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace CalibrationTest;
 
@@ -26,6 +30,8 @@ private slots:
     void backupSteps();
     void applySteps();
     void restoreSteps();
+    void noTouchDeviceEndsProgram();
+    void badConfigurationEndsProgram();
 
 private:
     calibration exampleRecord() const;
@@ -185,6 +191,55 @@ void TestCalibration::restoreSteps()
     QCOMPARE(out.text(), QByteArray("do restore setting\n"));
     QVERIFY(!QFile::exists(configPath(QStringLiteral("tspointercal.lastgood"))));
     QCOMPARE(readConfig(QStringLiteral("tspointercal")), QByteArray("good"));
+}
+
+namespace {
+// Runs open_ts() in a child process; returns its exit status and what it wrote to stderr.
+int openInChild(QByteArray *errors)
+{
+    int pipeFds[2];
+    if (pipe(pipeFds) != 0)
+        return -1;
+    fflush(stdout);
+    fflush(stderr);
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(pipeFds[1], 2);
+        close(pipeFds[0]);
+        open_ts();
+        _exit(0);
+    }
+    close(pipeFds[1]);
+    char buffer[512];
+    ssize_t n;
+    while ((n = read(pipeFds[0], buffer, sizeof buffer)) > 0)
+        errors->append(buffer, int(n));
+    close(pipeFds[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+} // namespace
+
+void TestCalibration::noTouchDeviceEndsProgram()
+{
+    qputenv("TSLIB_TSDEVICE", "/dev/input/no-such-touchscreen");
+    QByteArray errors;
+    QCOMPARE(openInChild(&errors), 1);
+    QCOMPARE(errors, QByteArray("ts_open: No such file or directory\n"));
+}
+
+void TestCalibration::badConfigurationEndsProgram()
+{
+    QTemporaryFile conf;
+    QVERIFY(conf.open());
+    conf.write("module_raw no_such_module\n");
+    conf.flush();
+    qputenv("TSLIB_TSDEVICE", "/dev/null");
+    qputenv("TSLIB_CONFFILE", conf.fileName().toLocal8Bit());
+    QByteArray errors;
+    QCOMPARE(openInChild(&errors), 1);
+    QVERIFY2(errors.contains("ts_config: "), errors.constData());
 }
 
 QTEST_MAIN(TestCalibration)
