@@ -8,9 +8,9 @@
 #include "services/fram.h"
 
 #include "backlightinterface.h"
-#include "caliinterface.h"
 #include "batterypowerinterface.h"
 #include "burnintestinterface.h"
+#include "caliinterface.h"
 #include "communicationtest.h"
 #include "errordevicelistinterface.h"
 #include "functiontestinterface.h"
