@@ -11,6 +11,7 @@
 #include "batterypowerinterface.h"
 #include "brightnessinterface.h"
 #include "burnintestinterface.h"
+#include "caliinterface.h"
 #include "communicationtest.h"
 #include "dipswitchinterface.h"
 #include "errordevicelistinterface.h"
@@ -193,8 +194,9 @@ void BenchTest::initBenchTestPages()
     rtcPageIndex = stackedWidget->addWidget(rtcInterface);
     connect(rtcInterface, &RtcInterface::exitSignal, this, &BenchTest::nextStage);
 
-    // Blank until the calibration screen lands.
-    calibrationPageIndex = stackedWidget->addWidget(new QWidget);
+    calibrationInterface = new caliInterface;
+    calibrationPageIndex = stackedWidget->addWidget(calibrationInterface);
+    connect(calibrationInterface, &caliInterface::exitSignal, this, &BenchTest::nextStage);
 
     dipSwitchInterface = new DipSwitchInterface;
     dipSwitchPageIndex = stackedWidget->addWidget(dipSwitchInterface);
@@ -403,7 +405,8 @@ const QList<BenchTest::KeyAction> &BenchTest::keyActions()
         };
     };
     static const QList<KeyAction> actions {
-        { TouchPanelFunction, &BenchTest::calibrationPageIndex, {} },
+        { TouchPanelFunction, &BenchTest::calibrationPageIndex,
+            [](BenchTest &b) { b.calibrationInterface->exec(); } },
         { BrightnessFunction, &BenchTest::brightnessPageIndex, {} },
         { DateTimeFunction, &BenchTest::rtcPageIndex, [](BenchTest &b) { b.rtcInterface->run(); } },
         { BatteryPowerFunction, &BenchTest::batteryPageIndex, {} },

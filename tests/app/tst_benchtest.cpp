@@ -11,6 +11,8 @@
 #include "functiontestinterface.h"
 #include "testsupport.h"
 
+#include "../calibration/calibrationtestsupport.h"
+
 #include <QDir>
 #include <QFile>
 #include <QNetworkInterface>
@@ -127,6 +129,8 @@ private:
     FunctionButton *startButton(BenchTest &b) { return b.popup(BenchTest::Popup::Start); }
     FunctionButton *againButton(BenchTest &b) { return b.popup(BenchTest::Popup::Again); }
     FunctionButton *nextButton(BenchTest &b) { return b.popup(BenchTest::Popup::Next); }
+    // The bench walk starts with the touch calibration, which waits for five touches.
+    CalibrationTest::AutoToucher toucher;
     QStringList pageClasses(BenchTest &b);
 };
 

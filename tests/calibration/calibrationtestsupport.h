@@ -1,0 +1,176 @@
+// Helpers of the calibration tests: standard output captured around a call, the calibration
+// files of the unit, and a touch feed that presses each target once its cross is drawn.
+#pragma once
+
+#include "../common/testsupport.h"
+
+#include <QByteArray>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QStringList>
+#include <QTemporaryFile>
+
+#include <atomic>
+#include <cstdio>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
+
+namespace CalibrationTest {
+
+// Everything written to standard output (printf, puts) while it lives.
+class StdoutCapture {
+public:
+    StdoutCapture()
+    {
+        fflush(stdout);
+        file.open();
+        saved = dup(1);
+        dup2(file.handle(), 1);
+    }
+    ~StdoutCapture() { finish(); }
+    QByteArray text()
+    {
+        finish();
+        file.seek(0);
+        return file.readAll();
+    }
+
+private:
+    void finish()
+    {
+        if (saved < 0)
+            return;
+        fflush(stdout);
+        dup2(saved, 1);
+        close(saved);
+        saved = -1;
+    }
+    QTemporaryFile file;
+    int saved = -1;
+};
+
+inline QString configPath(const QString &name)
+{
+    return QStringLiteral("/brimdale/configs/") + name;
+}
+
+inline QByteArray readConfig(const QString &name)
+{
+    QFile file(configPath(name));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+inline void writeConfig(const QString &name, const QByteArray &text)
+{
+    QFile file(configPath(name));
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(text);
+}
+
+inline void feed(const QByteArray &lines)
+{
+    QFile pipe(TestSupport::simPath(QStringLiteral("touch-feed")));
+    if (pipe.open(QIODevice::WriteOnly))
+        pipe.write(lines);
+}
+
+inline QByteArray press(int x, int y)
+{
+    const QByteArray p = QByteArray::number(x) + ' ' + QByteArray::number(y);
+    return p + " 1\n" + p + " 1\n" + p + " 1\n" + p + " 0\n";
+}
+
+inline int countLines(const QString &line)
+{
+    return int(TestSupport::events().count(line));
+}
+
+// Presses raw[i] once the i-th target's cross ("cross X Y" at centres[i]) is on the screen,
+// from its own thread: the page holds the GUI thread while it waits for the touch.
+class TargetPresser {
+public:
+    TargetPresser(const QList<QPoint> &centres, const QList<QPoint> &raw)
+    {
+        worker = std::thread([this, centres, raw] {
+            QElapsedTimer clock;
+            clock.start();
+            QList<int> seen;
+            for (const QPoint &c : centres)
+                seen << countLines(QStringLiteral("cross %1 %2 0x80000002").arg(c.x()).arg(c.y()));
+            for (int i = 0; i < centres.size() && !stop; ++i) {
+                const QString line = QStringLiteral("cross %1 %2 0x80000002")
+                                         .arg(centres[i].x())
+                                         .arg(centres[i].y());
+                // Drawn once before the wait and once after: an odd count means it is waiting.
+                while (!stop && clock.elapsed() < 60000) {
+                    const int now = countLines(line);
+                    if (now > seen[i] && (now - seen[i]) % 2 == 1)
+                        break;
+                    usleep(2000);
+                }
+                usleep(20000);
+                feed(press(raw[i].x(), raw[i].y()));
+                while (!stop && clock.elapsed() < 60000 && (countLines(line) - seen[i]) % 2 == 1)
+                    usleep(2000);
+                ++pressed;
+            }
+        });
+    }
+    ~TargetPresser()
+    {
+        stop = true;
+        worker.join();
+    }
+    std::atomic<int> pressed { 0 };
+
+private:
+    std::atomic<bool> stop { false };
+    std::thread worker;
+};
+
+// Touches every calibration cross the program waits on, for as long as it lives: a cross that
+// is the last line of events.log for 30 ms means getxy is waiting. The raw point is twice the
+// screen point, so the fit is never degenerate.
+class AutoToucher {
+public:
+    AutoToucher()
+    {
+        worker = std::thread([this] {
+            QString last;
+            int stableFor = 0;
+            bool pressedThis = false;
+            while (!stop) {
+                usleep(5000);
+                const QStringList log = TestSupport::events();
+                const QString now = log.isEmpty() ? QString() : log.last();
+                if (now != last) {
+                    last = now;
+                    stableFor = 0;
+                    pressedThis = false;
+                    continue;
+                }
+                stableFor += 5;
+                const QStringList f = now.split(QLatin1Char(' '));
+                if (pressedThis || stableFor < 30 || f.size() != 4
+                    || f[0] != QLatin1String("cross"))
+                    continue;
+                feed(press(f[1].toInt() * 2, f[2].toInt() * 2));
+                pressedThis = true;
+            }
+        });
+    }
+    ~AutoToucher()
+    {
+        stop = true;
+        worker.join();
+    }
+
+private:
+    std::atomic<bool> stop { false };
+    std::thread worker;
+};
+
+} // namespace CalibrationTest
