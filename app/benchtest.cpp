@@ -13,6 +13,7 @@
 #include "communicationtest.h"
 #include "errordevicelistinterface.h"
 #include "functiontestinterface.h"
+#include "macaddresswidget.h"
 #include "testerinterface.h"
 
 #include <QBoxLayout>
@@ -116,8 +117,8 @@ void BenchTest::initBenchTestPages()
         communicationTest, &CommunicationTest::transferStop, this, &BenchTest::communicationStop);
     connect(
         communicationTest, &CommunicationTest::errorMessage, this, &BenchTest::errorMessageUpdate);
-    // Blank until the MAC screen lands (mac/).
-    macPageIndex = stackedWidget->addWidget(new QWidget);
+    macAddressWidget = new MacAddressWidget;
+    macPageIndex = stackedWidget->addWidget(macAddressWidget);
     // Blank until the USB test lands (usb/).
     usbPageIndex = stackedWidget->addWidget(new QWidget);
     // Blank until the brightness screen lands (screens/).
@@ -378,6 +379,7 @@ void BenchTest::callFunction(QString key)
         showPage(usbPageIndex);
     } else if (key == MACFunction) {
         showPage(macPageIndex);
+        macAddressWidget->run();
     } else if (key == BenchTestStartKey) {
         showPage(startPageIndex);
         QTimer::singleShot(200, this, &BenchTest::nextStage);
