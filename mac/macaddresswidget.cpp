@@ -236,7 +236,7 @@ void MacAddressWidget::deleteReadMACAddressToFile()
 {
     QFile usbFile(macFilePath);
     // Not writable (a read-only stick): the line stays for the next unit.
-    if (!usbFile.open(QIODevice::ReadWrite))
+    if (!usbFile.open(QIODevice::ReadWrite | QIODevice::ExistingOnly))
         return;
 
     const QString copyIn = QStringLiteral("cp ") + macFilePath + QStringLiteral(" /tmp");
@@ -369,7 +369,7 @@ void MacAddressWidget::readCheckSum()
 bool MacAddressWidget::isSetMac()
 {
     const quint16 first = readWord(MacAddress);
-    qDebug() << " macAddr " << first;
+    qDebug().noquote().nospace() << " macAddr " << first;
     return first == 0x02;
 }
 
