@@ -78,6 +78,14 @@ QByteArray words(std::initializer_list<quint16> values)
     return bytes;
 }
 
+QString mountListing()
+{
+    QProcess mount;
+    mount.start(QStringLiteral("mount"), QStringList());
+    mount.waitForFinished();
+    return QString::fromLocal8Bit(mount.readAllStandardOutput());
+}
+
 } // namespace
 
 class tst_MacAddressWidget : public QObject {
@@ -112,6 +120,9 @@ private Q_SLOTS:
     void scannerKeys_data();
     void scannerKeys();
     void homekeyOnDestruction();
+    void readOnlyStick();
+    void scannerThroughX();
+    void shots();
 
 private:
     void setModel(int model)
@@ -666,6 +677,107 @@ void tst_MacAddressWidget::homekeyOnDestruction()
         QVERIFY(!QFile::exists(QStringLiteral("/tmp/homekey")));
     }
     QCOMPARE(readFile(QStringLiteral("/tmp/homekey")), QByteArray("1\n"));
+}
+
+void tst_MacAddressWidget::readOnlyStick()
+{
+    if (!mountListing().contains(QStringLiteral("on /run/media/sda1 type vfat (ro,")))
+        QSKIP("needs a write-protected stick (virtual unit --usb-stick-ro)");
+    const QByteArray before = readFile(SupplyFile);
+    QCOMPARE(before, QByteArray("02:A7:3C:00:00:31\n02:A7:3C:00:00:32\n"));
+    BoxAnswers answers;
+    MacAddressWidget widget;
+    widget.run();
+    QCOMPARE(macLabel(widget)->text(), QStringLiteral("02:A7:3C:00:00:31"));
+    QTest::mouseClick(button(widget, "okButton"), Qt::LeftButton);
+    // The address is written all the same; the line stays on the stick.
+    QCOMPARE(answers.boxes.size(), 1);
+    QCOMPARE(answers.boxes[0].text, Success);
+    QCOMPARE(fram(132, 12), words({0x02, 0xA7, 0x3C, 0, 0, 0x31}));
+    QCOMPARE(framWord(2), quint16(0x02 + 0xA7 + 0x3C + 0x31 + 1));
+    QCOMPARE(readFile(SupplyFile), before);
+}
+
+void tst_MacAddressWidget::scannerThroughX()
+{
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        QSKIP("needs the unit's X server (virtual unit --screen)");
+    BoxAnswers answers;
+    writeFile(SupplyFile, "02:A7:3C:00:00:10\n");
+    MacAddressWidget widget;
+    widget.run();
+    widget.show();
+    widget.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&widget));
+    QCOMPARE(macLabel(widget)->text(), QStringLiteral("02:A7:3C:00:00:10"));
+
+    // Shift around each capital, as most scanners send it.
+    QCOMPARE(QProcess::execute(QStringLiteral("xdotool"),
+                               {"key", "--delay", "15", "0", "2", "shift+a", "7", "3", "shift+c",
+                                "0", "0", "0", "0", "2", "f", "Return"}),
+             0);
+    QTRY_COMPARE(macLabel(widget)->text(), QStringLiteral("02:A7:3C:00:00:2F"));
+
+    // Shift let go before the letter, and a "%" before and after the address.
+    QCOMPARE(QProcess::execute(QStringLiteral("xdotool"),
+                               {"key", "--delay", "15", "shift+5", "0", "2", "keydown", "shift",
+                                "keydown", "a", "keyup", "shift", "keyup", "a", "key", "--delay",
+                                "15", "7", "3", "keydown", "shift", "keydown", "c", "keyup",
+                                "shift", "keyup", "c", "key", "--delay", "15", "0", "0", "0", "0",
+                                "0", "1", "shift+5", "Return"}),
+             0);
+    QTRY_COMPARE(macLabel(widget)->text(), QStringLiteral("02:A7:3C:00:00:01"));
+    QVERIFY(answers.boxes.isEmpty());
+}
+
+void tst_MacAddressWidget::shots()
+{
+    const QString dir = qEnvironmentVariable("BENCHTEST_SHOTS");
+    if (dir.isEmpty() || QGuiApplication::platformName() != QLatin1String("xcb"))
+        QSKIP("pictures only with BENCHTEST_SHOTS on the unit's X server (--screen)");
+    const QRect screen = screenGeometry();
+    const QString size = QStringLiteral("%1x%2").arg(screen.width()).arg(screen.height());
+    auto shoot = [&](const QString &name) {
+        QApplication::processEvents();
+        QTest::qWait(200);
+        QVERIFY(QGuiApplication::primaryScreen()->grabWindow(0).save(
+                QStringLiteral("%1/mac-%2-%3.png").arg(dir, name, size)));
+    };
+    BoxAnswers answers;
+    answers.onShown = [&](QMessageBox &box) {
+        QVERIFY(QTest::qWaitForWindowExposed(&box));
+        shoot(QStringLiteral("box-%1").arg(answers.boxes.size()));
+    };
+
+    setModel(4);
+    {
+        MacAddressWidget widget;
+        widget.move(0, 0);
+        widget.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&widget));
+        widget.run();
+        QVERIFY(keyboard() && keyboard()->isVisible());
+        shoot(QStringLiteral("model4"));
+        delete keyboard();
+    }
+    setModel(7);
+    freshFram();
+    writeFile(SupplyFile, "02:a7:3c:00:00:42\n2:A7:3C:0:0:1\n");
+    usbStick(QStringLiteral("pull"));
+    MacAddressWidget widget;
+    widget.move(0, 0);
+    widget.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&widget));
+    widget.run(); // box 1: no stick
+    usbStick(QStringLiteral("plug"));
+    QTest::mouseClick(button(widget, "retryButton"), Qt::LeftButton);
+    QCOMPARE(macLabel(widget)->text(), QStringLiteral("02:A7:3C:00:00:42"));
+    shoot(QStringLiteral("model7"));
+    QTest::mouseClick(button(widget, "okButton"), Qt::LeftButton); // box 2: success
+    QTest::mouseClick(button(widget, "retryButton"), Qt::LeftButton);
+    QTest::mouseClick(button(widget, "okButton"), Qt::LeftButton); // box 3: compare failed
+    QCOMPARE(answers.boxes.size(), 3);
+    QCOMPARE(answers.boxes[2].text, QStringLiteral("Compare MAC address failed!!\n"));
 }
 
 QTEST_MAIN(tst_MacAddressWidget)
