@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTemporaryFile>
 #include <QVBoxLayout>
 #include <QtTest>
@@ -107,6 +108,7 @@ private Q_SLOTS:
     void readCheckSumShowsDecimal();
     void rawDevice();
     void rawDeviceFailures();
+    void rawWriteGate();
     void provisionedUnitGetsABlankPage();
     void model7ConsumesTheFirstLine();
     void model3ConsumesNothing();
@@ -350,6 +352,49 @@ void tst_MacAddressWidget::rawDeviceFailures()
         QByteArray("open proc failed\n"));
     QVERIFY(!ok);
     QVERIFY(!QFile::exists(TestSupport::simPath(QStringLiteral("fram.bin"))));
+}
+
+// The driver's write gate around a raw write, as the system calls show it: this test's own
+// rawDevice run under strace.
+void tst_MacAddressWidget::rawWriteGate()
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("strace")).isEmpty())
+        QSKIP("strace is not installed (scripts/install-deps)");
+    const QString trace = QStringLiteral("/tmp/mac-strace");
+    QProcess traced;
+    traced.start(QStringLiteral("strace"),
+        { "-f", "-e", "trace=openat,ioctl,pwrite64,pread64,close", "-e", "raw=ioctl", "-o", trace,
+            QCoreApplication::applicationFilePath(), "rawDevice" });
+    QVERIFY(traced.waitForFinished(60000));
+    QCOMPARE(traced.exitCode(), 0);
+    QStringList calls;
+    QString fd;
+    for (const QString &line : QString::fromLatin1(readFile(trace)).split(QLatin1Char('\n'))) {
+        const QString call = line.section(QLatin1Char(' '), 1).trimmed();
+        if (call.startsWith(QLatin1String("openat(AT_FDCWD, \"/dev/fram\""))) {
+            fd = call.section(QStringLiteral("= "), 1).trimmed();
+            calls.append(call.section(QLatin1Char(')'), 0, 0) + QLatin1Char(')'));
+        } else if (!fd.isEmpty()
+            && (call.startsWith(QStringLiteral("ioctl(0x%1,").arg(fd.toInt(), 0, 16))
+                || call.startsWith(QStringLiteral("pwrite64(%1,").arg(fd))
+                || call.startsWith(QStringLiteral("pread64(%1,").arg(fd))
+                || call.startsWith(QStringLiteral("close(%1)").arg(fd)))) {
+            calls.append(call.section(QLatin1Char('='), 0, 0).simplified());
+            if (call.startsWith(QLatin1String("close(")))
+                fd.clear();
+        }
+    }
+    QCOMPARE(calls.size(), 8);
+    QCOMPARE(calls[0], QStringLiteral("openat(AT_FDCWD, \"/dev/fram\", O_WRONLY)"));
+    QVERIFY2(calls[1].endsWith(QLatin1String(", 0x1001, 0x1)")), qPrintable(calls[1]));
+    QVERIFY2(calls[2].startsWith(QLatin1String("pwrite64(")) && calls[2].endsWith(", 4, 300)"),
+        qPrintable(calls[2]));
+    QVERIFY2(calls[3].endsWith(QLatin1String(", 0x1001, 0)")), qPrintable(calls[3]));
+    QVERIFY2(calls[4].startsWith(QLatin1String("close(")), qPrintable(calls[4]));
+    QCOMPARE(calls[5], QStringLiteral("openat(AT_FDCWD, \"/dev/fram\", O_RDONLY)"));
+    QVERIFY2(calls[6].startsWith(QLatin1String("pread64(")) && calls[6].endsWith(", 2, 310)"),
+        qPrintable(calls[6]));
+    QVERIFY2(calls[7].startsWith(QLatin1String("close(")), qPrintable(calls[7]));
 }
 
 void tst_MacAddressWidget::provisionedUnitGetsABlankPage()
@@ -694,7 +739,7 @@ void tst_MacAddressWidget::readOnlyStick()
     // The address is written all the same; the line stays on the stick.
     QCOMPARE(answers.boxes.size(), 1);
     QCOMPARE(answers.boxes[0].text, Success);
-    QCOMPARE(fram(132, 12), words({0x02, 0xA7, 0x3C, 0, 0, 0x31}));
+    QCOMPARE(fram(132, 12), words({ 0x02, 0xA7, 0x3C, 0, 0, 0x31 }));
     QCOMPARE(framWord(2), quint16(0x02 + 0xA7 + 0x3C + 0x31 + 1));
     QCOMPARE(readFile(SupplyFile), before);
 }
@@ -714,19 +759,18 @@ void tst_MacAddressWidget::scannerThroughX()
 
     // Shift around each capital, as most scanners send it.
     QCOMPARE(QProcess::execute(QStringLiteral("xdotool"),
-                               {"key", "--delay", "15", "0", "2", "shift+a", "7", "3", "shift+c",
-                                "0", "0", "0", "0", "2", "f", "Return"}),
-             0);
+                 { "key", "--delay", "15", "0", "2", "shift+a", "7", "3", "shift+c", "0", "0", "0",
+                     "0", "2", "f", "Return" }),
+        0);
     QTRY_COMPARE(macLabel(widget)->text(), QStringLiteral("02:A7:3C:00:00:2F"));
 
     // Shift let go before the letter, and a "%" before and after the address.
     QCOMPARE(QProcess::execute(QStringLiteral("xdotool"),
-                               {"key", "--delay", "15", "shift+5", "0", "2", "keydown", "shift",
-                                "keydown", "a", "keyup", "shift", "keyup", "a", "key", "--delay",
-                                "15", "7", "3", "keydown", "shift", "keydown", "c", "keyup",
-                                "shift", "keyup", "c", "key", "--delay", "15", "0", "0", "0", "0",
-                                "0", "1", "shift+5", "Return"}),
-             0);
+                 { "key", "--delay", "15", "shift+5", "0", "2", "keydown", "shift", "keydown", "a",
+                     "keyup", "shift", "keyup", "a", "key", "--delay", "15", "7", "3", "keydown",
+                     "shift", "keydown", "c", "keyup", "shift", "keyup", "c", "key", "--delay",
+                     "15", "0", "0", "0", "0", "0", "1", "shift+5", "Return" }),
+        0);
     QTRY_COMPARE(macLabel(widget)->text(), QStringLiteral("02:A7:3C:00:00:01"));
     QVERIFY(answers.boxes.isEmpty());
 }
@@ -742,7 +786,7 @@ void tst_MacAddressWidget::shots()
         QApplication::processEvents();
         QTest::qWait(200);
         QVERIFY(QGuiApplication::primaryScreen()->grabWindow(0).save(
-                QStringLiteral("%1/mac-%2-%3.png").arg(dir, name, size)));
+            QStringLiteral("%1/mac-%2-%3.png").arg(dir, name, size)));
     };
     BoxAnswers answers;
     answers.onShown = [&](QMessageBox &box) {

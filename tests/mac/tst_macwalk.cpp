@@ -51,12 +51,13 @@ private Q_SLOTS:
         QCOMPARE(label->text(), QStringLiteral("02:A7:3C:00:01:00"));
         QVERIFY(answers.boxes.isEmpty());
 
-        QTest::mouseClick(mac->findChild<QPushButton *>(QStringLiteral("okButton")), Qt::LeftButton);
+        QTest::mouseClick(
+            mac->findChild<QPushButton *>(QStringLiteral("okButton")), Qt::LeftButton);
         QCOMPARE(answers.boxes.size(), 1);
         QCOMPARE(answers.boxes[0].icon, QMessageBox::Information);
         QCOMPARE(answers.boxes[0].title, QStringLiteral("QUORVAN"));
         QCOMPARE(answers.boxes[0].text,
-                 QStringLiteral("Write MAC address success!!\nPlease restart machine!"));
+            QStringLiteral("Write MAC address success!!\nPlease restart machine!"));
         QCOMPARE(fram(132, 12), QByteArray("\x02\0\xA7\0\x3C\0\0\0\x01\0\0\0", 12));
         QCOMPARE(fram(178, 2), QByteArray("\x01\0", 2));
         QCOMPARE(framWord(2), quint16(0x02 + 0xA7 + 0x3C + 0x01 + 1));
