@@ -18,6 +18,7 @@
 #include "functiontestinterface.h"
 #include "keyandledinterface.h"
 #include "lcminterface.h"
+#include "macaddresswidget.h"
 #include "rtcinterface.h"
 #include "testerinterface.h"
 
@@ -167,8 +168,8 @@ void BenchTest::initBenchTestPages()
         communicationTest, &CommunicationTest::transferStop, this, &BenchTest::communicationStop);
     connect(
         communicationTest, &CommunicationTest::errorMessage, this, &BenchTest::errorMessageUpdate);
-    // Blank until the MAC screen lands (mac/).
-    macPageIndex = stackedWidget->addWidget(new QWidget);
+    macAddressWidget = new MacAddressWidget;
+    macPageIndex = stackedWidget->addWidget(macAddressWidget);
     // Blank until the USB test lands (usb/).
     usbPageIndex = stackedWidget->addWidget(new QWidget);
     brightnessInterface = new BrightnessInterface;
@@ -432,7 +433,7 @@ const QList<BenchTest::KeyAction> &BenchTest::keyActions()
         { WhiteScreenFunction, nullptr, {} },
         { UsbHostFunction, &BenchTest::usbPageIndex, {} },
         { UsbDeviceFunction, &BenchTest::usbPageIndex, {} },
-        { MACFunction, &BenchTest::macPageIndex, {} },
+        { MACFunction, &BenchTest::macPageIndex, [](BenchTest &b) { b.macAddressWidget->run(); } },
         { BenchTestStartKey, &BenchTest::startPageIndex,
             [](BenchTest &b) { QTimer::singleShot(200, &b, &BenchTest::nextStage); } },
         { ErrorDeviceListKey, &BenchTest::errorListPageIndex, {} },

@@ -6,6 +6,7 @@
 #include "burnintestinterface.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
+#include "common/messagebox.h"
 #include "common/portnames.h"
 #include "commtestsupport.h"
 #include "communicationtest.h"
@@ -114,9 +115,17 @@ private Q_SLOTS:
         QCOMPARE(stack(bench)->currentWidget(), list);
         auto *listNext = list->findChild<FunctionButton *>();
         QVERIFY(!listNext->isHidden());
+        // This unit has no stick: the MAC screen says so, and the box is answered here.
+        QStringList boxes;
+        MessageBox::setAnswer([&boxes](QMessageBox &box) {
+            boxes.append(box.text());
+            return QMessageBox::Ok;
+        });
         QTest::mouseClick(listNext, Qt::LeftButton);
+        MessageBox::setAnswer({});
         QCOMPARE(exits.count(), 1);
         QCOMPARE(stack(bench)->currentIndex(), 4);
+        QCOMPARE(boxes, QStringList({ QStringLiteral("USB Stick not found!!\n") }));
     }
 
     void failingPortIsListed()
