@@ -14,6 +14,7 @@
 #include "errordevicelistinterface.h"
 #include "functiontestinterface.h"
 #include "testerinterface.h"
+#include "usbhostdevicetest.h"
 
 #include <QBoxLayout>
 #include <QDebug>
@@ -118,8 +119,12 @@ void BenchTest::initBenchTestPages()
         communicationTest, &CommunicationTest::errorMessage, this, &BenchTest::errorMessageUpdate);
     // Blank until the MAC screen lands (mac/).
     macPageIndex = stackedWidget->addWidget(new QWidget);
-    // Blank until the USB test lands (usb/).
-    usbPageIndex = stackedWidget->addWidget(new QWidget);
+    usbTest = new USBHostDeviceTest;
+    usbPageIndex = stackedWidget->addWidget(usbTest);
+    // The gadget is loaded once here; "Again" loads it again before each repeat.
+    usbTest->insertUSBDeviceModule();
+    connect(usbTest, &USBHostDeviceTest::transferStop, this, &BenchTest::communicationStop);
+    connect(usbTest, &USBHostDeviceTest::errorMessage, this, &BenchTest::errorMessageUpdate);
     // Blank until the brightness screen lands (screens/).
     brightnessPageIndex = stackedWidget->addWidget(new QWidget);
 
@@ -374,8 +379,12 @@ void BenchTest::callFunction(QString key)
         // Accepted and ignored.
     } else if (key == UsbHostFunction) {
         showPage(usbPageIndex);
+        if (usbTest)
+            usbTest->runUSBHostTest();
     } else if (key == UsbDeviceFunction) {
         showPage(usbPageIndex);
+        if (usbTest)
+            usbTest->runUSBDeviceTest();
     } else if (key == MACFunction) {
         showPage(macPageIndex);
     } else if (key == BenchTestStartKey) {
@@ -451,10 +460,14 @@ void BenchTest::rerun()
     Fram::getInstance()->makeSound(2);
     againButton->hide();
     nextButton->hide();
-    // The communication test repeats with the port configured last. The USB test repeats
-    // once its screen lands (usb/).
-    if (communicationTest && stackedWidget->currentIndex() == communicationPageIndex)
+    // The communication test repeats with the port configured last; "Again" on the USB page
+    // always repeats the device test, with the gadget loaded afresh.
+    if (communicationTest && stackedWidget->currentIndex() == communicationPageIndex) {
         communicationTest->run();
+    } else if (usbTest && stackedWidget->currentIndex() == usbPageIndex) {
+        usbTest->insertUSBDeviceModule();
+        usbTest->runUSBDeviceTest();
+    }
 }
 
 void BenchTest::errorMessageUpdate(QString device, QString result)
