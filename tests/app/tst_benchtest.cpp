@@ -498,9 +498,12 @@ void TestBenchTest::againRepeatsWithoutMovingStage()
         QVERIFY(bench.againButton->isVisible());
         clearEvents();
         QTest::mouseClick(bench.againButton, Qt::LeftButton);
-        QCOMPARE(events(), QStringList { QStringLiteral("sound 2") });
-        QVERIFY(!bench.againButton->isVisible());
-        QVERIFY(!bench.nextButton->isVisible());
+        // The USB device test is repeated with the gadget loaded again; without a cable it
+        // fails at once and brings "Again" and "Next" back.
+        QCOMPARE(events(),
+            (QStringList { QStringLiteral("sound 2"), QStringLiteral("usb-gadget /tmp/ram.img") }));
+        QVERIFY(bench.againButton->isVisible());
+        QVERIFY(bench.nextButton->isVisible());
         QCOMPARE(stage(bench), 1);
         QCOMPARE(stack(bench)->currentIndex(), bench.usbPageIndex);
     }
