@@ -4,6 +4,7 @@
 #include "usbhostdevicetest.h"
 
 #include <QApplication>
+#include <QBoxLayout>
 #include <QDir>
 #include <QLabel>
 
@@ -18,19 +19,25 @@ int main(int argc, char **argv)
     const QStringList size = QString::fromLatin1(argv[2]).split(QLatin1Char('x'));
     const QSize screen(size.value(0).toInt(), size.value(1).toInt());
     QDir().mkpath(dir);
-    USBHostDeviceTest page;
-    page.resize(screen);
-    page.show();
+    // As on the bench: a page inside the full-screen window, not a window of its own.
+    QWidget window;
+    auto *layout = new QHBoxLayout(&window);
+    layout->setContentsMargins(0, 0, 0, 0);
+    auto *pagePointer = new USBHostDeviceTest;
+    layout->addWidget(pagePointer);
+    USBHostDeviceTest &page = *pagePointer;
+    window.resize(screen);
+    window.show();
     page.insertUSBDeviceModule();
     page.runUSBHostTest();
     const bool hostOk = page.findChild<QLabel *>()->text().contains(QLatin1String("black"));
-    page.grab().save(QStringLiteral("%1/usb-host-%2-%3.png")
-                         .arg(dir, hostOk ? QStringLiteral("pass") : QStringLiteral("fail"),
-                             QString::fromLatin1(argv[2])));
+    window.grab().save(QStringLiteral("%1/usb-host-%2-%3.png")
+                           .arg(dir, hostOk ? QStringLiteral("pass") : QStringLiteral("fail"),
+                               QString::fromLatin1(argv[2])));
     page.runUSBDeviceTest();
     const bool deviceOk = page.findChild<QLabel *>()->text().contains(QLatin1String("black"));
-    page.grab().save(QStringLiteral("%1/usb-device-%2-%3.png")
-                         .arg(dir, deviceOk ? QStringLiteral("pass") : QStringLiteral("fail"),
-                             QString::fromLatin1(argv[2])));
+    window.grab().save(QStringLiteral("%1/usb-device-%2-%3.png")
+                           .arg(dir, deviceOk ? QStringLiteral("pass") : QStringLiteral("fail"),
+                               QString::fromLatin1(argv[2])));
     return 0;
 }
