@@ -21,6 +21,7 @@
 #include "macaddresswidget.h"
 #include "rtcinterface.h"
 #include "testerinterface.h"
+#include "usbhostdevicetest.h"
 
 #include <QBoxLayout>
 #include <QDebug>
@@ -170,8 +171,12 @@ void BenchTest::initBenchTestPages()
         communicationTest, &CommunicationTest::errorMessage, this, &BenchTest::errorMessageUpdate);
     macAddressWidget = new MacAddressWidget;
     macPageIndex = stackedWidget->addWidget(macAddressWidget);
-    // Blank until the USB test lands (usb/).
-    usbPageIndex = stackedWidget->addWidget(new QWidget);
+    usbTest = new USBHostDeviceTest;
+    usbPageIndex = stackedWidget->addWidget(usbTest);
+    // The gadget is loaded once here; "Again" loads it again before each repeat.
+    usbTest->insertUSBDeviceModule();
+    connect(usbTest, &USBHostDeviceTest::transferStop, this, &BenchTest::communicationStop);
+    connect(usbTest, &USBHostDeviceTest::errorMessage, this, &BenchTest::errorMessageUpdate);
     brightnessInterface = new BrightnessInterface;
     brightnessPageIndex = stackedWidget->addWidget(brightnessInterface);
     connect(brightnessInterface, &BrightnessInterface::exitSignal, this, &BenchTest::nextStage);
@@ -431,8 +436,10 @@ const QList<BenchTest::KeyAction> &BenchTest::keyActions()
         { Com3RS485Function, &BenchTest::communicationPageIndex, serial(COMPORT3, RS485) },
         // Accepted and ignored.
         { WhiteScreenFunction, nullptr, {} },
-        { UsbHostFunction, &BenchTest::usbPageIndex, {} },
-        { UsbDeviceFunction, &BenchTest::usbPageIndex, {} },
+        { UsbHostFunction, &BenchTest::usbPageIndex,
+            [](BenchTest &b) { b.usbTest->runUSBHostTest(); } },
+        { UsbDeviceFunction, &BenchTest::usbPageIndex,
+            [](BenchTest &b) { b.usbTest->runUSBDeviceTest(); } },
         { MACFunction, &BenchTest::macPageIndex, [](BenchTest &b) { b.macAddressWidget->run(); } },
         { BenchTestStartKey, &BenchTest::startPageIndex,
             [](BenchTest &b) { QTimer::singleShot(200, &b, &BenchTest::nextStage); } },
@@ -526,10 +533,14 @@ void BenchTest::rerun()
     Fram::getInstance()->makeSound(2);
     againButton->hide();
     nextButton->hide();
-    // The communication test repeats with the port configured last. The USB test repeats
-    // once its screen lands (usb/).
-    if (communicationTest && stackedWidget->currentIndex() == communicationPageIndex)
+    // The communication test repeats with the port configured last; "Again" on the USB page
+    // always repeats the device test, with the gadget loaded afresh.
+    if (communicationTest && stackedWidget->currentIndex() == communicationPageIndex) {
         communicationTest->run();
+    } else if (usbTest && stackedWidget->currentIndex() == usbPageIndex) {
+        usbTest->insertUSBDeviceModule();
+        usbTest->runUSBDeviceTest();
+    }
 }
 
 void BenchTest::errorMessageUpdate(QString device, QString result)

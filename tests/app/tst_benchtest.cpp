@@ -525,9 +525,12 @@ void TestBenchTest::againRepeatsWithoutMovingStage()
         QVERIFY(againButton(bench)->isVisible());
         clearEvents();
         QTest::mouseClick(againButton(bench), Qt::LeftButton);
-        QCOMPARE(events(), QStringList { QStringLiteral("sound 2") });
-        QVERIFY(!againButton(bench)->isVisible());
-        QVERIFY(!nextButton(bench)->isVisible());
+        // The USB device test is repeated with the gadget loaded again; without a cable it
+        // fails at once and brings "Again" and "Next" back.
+        QCOMPARE(events(),
+            (QStringList { QStringLiteral("sound 2"), QStringLiteral("usb-gadget /tmp/ram.img") }));
+        QVERIFY(againButton(bench)->isVisible());
+        QVERIFY(nextButton(bench)->isVisible());
         QCOMPARE(stage(bench), 1);
         QCOMPARE(stack(bench)->currentIndex(), expectedPage(UsbDeviceFunction));
     }
