@@ -36,8 +36,11 @@ public Q_SLOTS:
     void startReading();
     void textEditUpdate(int count, QByteArray data);
 
+private Q_SLOTS:
+    void listenForClients();
+    void acceptFailed();
+
 private:
-    void showPendingEthernetText();
     void init();
 
     Ui::TesterInterface *ui = nullptr;
@@ -49,8 +52,7 @@ private:
     QString lastPort;
     QString lastText;
     QStringList paths;
-    // TCP text waiting to be shown: the pane is redrawn a few times a second, not once per
-    // echoed block, so drawing never holds up the next echo.
-    QString pendingEthernetText;
-    QTimer *ethernetPaneTimer = nullptr;
+    // The reason the last listen() failed, so that a port that stays taken is reported once.
+    QString listenError;
+    bool acceptErrorReported = false;
 };

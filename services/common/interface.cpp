@@ -172,21 +172,29 @@ bool Interface::open()
         return false;
     }
 
-    // RS422 and RS485 need the driver's transceiver control. Lines without it (plain UARTs,
+    // RS422 and RS485 need the driver's transceiver control; RS232 switches it off again, since
+    // the kernel keeps the setting across a close. Lines without it (plain UARTs,
     // pseudo-terminals) refuse the request, which is fine: they are full duplex anyway.
+    quint32 flags = 0;
     if (m_device->type == RS422 || m_device->type == RS485) {
-        serial_rs485 rs485;
-        memset(&rs485, 0, sizeof rs485);
-        rs485.flags = SER_RS485_ENABLED | SER_RS485_RTS_ON_SEND;
+        flags = SER_RS485_ENABLED | SER_RS485_RTS_ON_SEND;
         if (m_device->type == RS422)
-            rs485.flags |= SER_RS485_RX_DURING_TX;
-        ioctl(fd, TIOCSRS485, &rs485);
+            flags |= SER_RS485_RX_DURING_TX;
     }
+    requestLineMode(fd, flags);
 
     tcflush(fd, TCIOFLUSH);
     m_fd = fd;
     m_error.clear();
     return true;
+}
+
+int Interface::requestLineMode(int fd, quint32 rs485Flags)
+{
+    serial_rs485 rs485;
+    memset(&rs485, 0, sizeof rs485);
+    rs485.flags = rs485Flags;
+    return ioctl(fd, TIOCSRS485, &rs485);
 }
 
 void Interface::close()
@@ -199,13 +207,16 @@ void Interface::close()
 
 int Interface::read(char *data, int size)
 {
+    const int firstWait = m_driver ? m_driver->firstByteTimeout : DefaultFirstByteTimeout;
     if (m_fd < 0) {
+        // Like a quiet line: callers poll read() in loops until their own time-out, and a port
+        // that will not open must not turn those loops into a busy wait.
         m_error = QStringLiteral("port not open");
+        sleepUntil(nowUs() + qint64(firstWait) * 1000);
         return -1;
     }
     if (size <= 0)
         return 0;
-    const int firstWait = m_driver ? m_driver->firstByteTimeout : DefaultFirstByteTimeout;
     const int gap = qMax(1, m_driver ? m_driver->interByteGap : DefaultInterByteGap);
 
     int got = 0;
