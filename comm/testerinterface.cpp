@@ -98,7 +98,10 @@ TesterInterface::TesterInterface(const QStringList &portPaths, QWidget *parent)
 TesterInterface::~TesterInterface()
 {
     delete ui;
-    delete server;
+    // Its clients say goodbye while it is destroyed; closeSocketConnection() must not reach it.
+    QTcpServer *closing = server;
+    server = nullptr;
+    delete closing;
     delete timer;
     delete port1Thread;
     delete port2Thread;
@@ -207,7 +210,7 @@ void TesterInterface::closeSocketConnection()
     if (QObject *client = sender())
         client->deleteLater();
     // A descriptor is free again.
-    if (acceptErrorReported)
+    if (server && acceptErrorReported)
         server->resumeAccepting();
 }
 
@@ -225,7 +228,21 @@ void TesterInterface::receieveSocketData()
     // client's round trip does not wait for the drawing.
     client->write(data);
     client->flush();
-    ui->ethernetTextEdit->insertPlainText(zeroTerminatedText(data));
+    showEthernetText(zeroTerminatedText(data));
+}
+
+void TesterInterface::showEthernetText(const QString &text)
+{
+    QTextEdit *pane = ui->ethernetTextEdit;
+    // Text that cannot fit even at one pixel a character would overflow the pane, which then
+    // empties itself: the same end, without laying out a bulk client's whole block first.
+    const QSize view = pane->viewport()->size();
+    const int lines = view.height() / qMax(1, pane->fontMetrics().lineSpacing()) + 1;
+    if (pane->isVisible() && text.size() > (view.width() + 1) * lines) {
+        pane->clear();
+        return;
+    }
+    pane->insertPlainText(text);
 }
 
 void TesterInterface::textEditUpdate(int count, QByteArray data)

@@ -42,6 +42,7 @@ private Q_SLOTS:
 
 private:
     void init();
+    void showEthernetText(const QString &text);
 
     Ui::TesterInterface *ui = nullptr;
     QTcpServer *server = nullptr;
