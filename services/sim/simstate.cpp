@@ -183,8 +183,8 @@ long long readNumber(const QString &name, long long defaultValue)
             QString from = QStringLiteral("the default");
             {
                 QMutexLocker lock(&goodMutex);
-                if (lastGood.contains(name)) {
-                    fallback = lastGood.value(name);
+                if (lastGood.contains(path(name))) {
+                    fallback = lastGood.value(path(name));
                     from = QStringLiteral("the last value read");
                 }
             }
@@ -205,7 +205,7 @@ long long readNumber(const QString &name, long long defaultValue)
         return defaultValue;
     }
     QMutexLocker lock(&goodMutex);
-    lastGood.insert(name, value);
+    lastGood.insert(path(name), value);
     return value;
 }
 

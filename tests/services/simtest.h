@@ -7,6 +7,7 @@
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
+#include <QSaveFile>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryFile>
@@ -40,11 +41,14 @@ public:
     QString dir() const { return m_dir; }
     QString path(const QString &file) const { return m_dir + QLatin1Char('/') + file; }
 
+    // By temporary file and rename, as every writer of state files does: a reader sees the
+    // old content or the new one, never an empty file in between.
     void write(const QString &file, const QByteArray &content) const
     {
-        QFile f(path(file));
-        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        QSaveFile f(path(file));
+        QVERIFY(f.open(QIODevice::WriteOnly));
         QCOMPARE(f.write(content), qint64(content.size()));
+        QVERIFY(f.commit());
     }
 
     QByteArray read(const QString &file) const
