@@ -408,6 +408,10 @@ private Q_SLOTS:
     {
         sim.setModel(5);
         TesterInterface tester(QStringList {});
+        // On screen, as on the bench.
+        tester.setFixedSize(800, 480);
+        tester.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&tester));
         auto *server = tester.findChild<QTcpServer *>();
         QVERIFY(server);
         const int greedy = rawClient();
