@@ -18,8 +18,8 @@ double cpuMs()
 {
     rusage usage {};
     getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_utime.tv_sec * 1e3 + usage.ru_utime.tv_usec / 1e3
-        + usage.ru_stime.tv_sec * 1e3 + usage.ru_stime.tv_usec / 1e3;
+    return usage.ru_utime.tv_sec * 1e3 + usage.ru_utime.tv_usec / 1e3 + usage.ru_stime.tv_sec * 1e3
+        + usage.ru_stime.tv_usec / 1e3;
 }
 
 // Percent of one core used while the event loop runs for ms.

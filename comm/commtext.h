@@ -40,8 +40,7 @@ constexpr int AnswerTimeout = 99;
 // Calls readOnce() until it returns a count above 0 or more than AnswerTimeout ms have passed;
 // returns the last count. readOnce is given the ms left and must itself wait (a port's read
 // time-out, a socket wait), so that the loop never spins.
-template <typename ReadOnce>
-int readAnswer(ReadOnce readOnce)
+template <typename ReadOnce> int readAnswer(ReadOnce readOnce)
 {
     QElapsedTimer clock;
     clock.start();
@@ -56,6 +55,5 @@ int readAnswer(ReadOnce readOnce)
 // which keeps the panes short.
 inline void clearWhenFull(QTextEdit *pane)
 {
-    QObject::connect(
-        pane->verticalScrollBar(), &QScrollBar::rangeChanged, pane, &QTextEdit::clear);
+    QObject::connect(pane->verticalScrollBar(), &QScrollBar::rangeChanged, pane, &QTextEdit::clear);
 }

@@ -29,7 +29,7 @@ void Fram::load_param()
     if (!ok) {
         parameters.clear();
         SimState::warn(QStringLiteral("fram.bin"),
-                       QStringLiteral("the parameters cannot be read; the chip is left as it is"));
+            QStringLiteral("the parameters cannot be read; the chip is left as it is"));
         SimState::logEvent(QStringLiteral("param-load-failed"));
     }
 }
@@ -61,20 +61,20 @@ unsigned int Fram::getDSWVal()
 {
     // Re-read on every call so that switches can be flipped while the program runs.
     return static_cast<unsigned int>(SimState::readNumberInRange(
-            QStringLiteral("dip"), 0, 0xFFFFFFFFLL, 0, QStringLiteral("is out of range")));
+        QStringLiteral("dip"), 0, 0xFFFFFFFFLL, 0, QStringLiteral("is out of range")));
 }
 
 int Fram::getMonitorModel()
 {
-    return int(SimState::readNumberInRange(QStringLiteral("model"), 0, 255, 7,
-                                           QStringLiteral("is out of range")));
+    return int(SimState::readNumberInRange(
+        QStringLiteral("model"), 0, 255, 7, QStringLiteral("is out of range")));
 }
 
 std::pair<int, int> Fram::getMonitorPixel()
 {
     int width = 800, height = 480;
     SimState::readPair(QStringLiteral("pixels"), &width, &height);
-    return {width, height};
+    return { width, height };
 }
 
 int Fram::getOrientation()

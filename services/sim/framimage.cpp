@@ -26,8 +26,8 @@ QByteArray freshImage()
 bool faulty(const QString &operation)
 {
     return SimState::readText(QStringLiteral("fram-fault"))
-            .split(QLatin1Char(' '), Qt::SkipEmptyParts)
-            .contains(operation);
+        .split(QLatin1Char(' '), Qt::SkipEmptyParts)
+        .contains(operation);
 }
 } // namespace
 
@@ -36,22 +36,23 @@ void ensure()
     QFile file(SimState::path(FileName));
     const QFileInfo info(file.fileName());
     if (info.exists() && !info.isFile()) {
-        SimState::warn(FileName, QStringLiteral("is not a regular file; the chip cannot be read "
-                                                "or written"));
+        SimState::warn(FileName,
+            QStringLiteral("is not a regular file; the chip cannot be read "
+                           "or written"));
         return;
     }
     if (file.exists()) {
         const qint64 size = file.size();
         if (size < qint64(FM25V02_SIZE))
             SimState::warn(FileName,
-                           QStringLiteral("is %1 bytes, expected %2; reading past its end gives 0")
-                                   .arg(size)
-                                   .arg(FM25V02_SIZE));
+                QStringLiteral("is %1 bytes, expected %2; reading past its end gives 0")
+                    .arg(size)
+                    .arg(FM25V02_SIZE));
         else if (size > qint64(FM25V02_SIZE))
             SimState::warn(FileName,
-                           QStringLiteral("is %1 bytes, expected %2; bytes past %2 are ignored")
-                                   .arg(size)
-                                   .arg(FM25V02_SIZE));
+                QStringLiteral("is %1 bytes, expected %2; bytes past %2 are ignored")
+                    .arg(size)
+                    .arg(FM25V02_SIZE));
         return;
     }
     SimState::warn(FileName, QStringLiteral("missing, creating a fresh FRAM image"));
@@ -83,8 +84,8 @@ QByteArray read(unsigned int address, unsigned int length, bool *ok)
     if (data.isEmpty())
         return data;
     QString problem;
-    const int fd = faulty(QStringLiteral("read")) ? -1
-                                                  : SimState::openRegular(FileName, O_RDONLY, &problem);
+    const int fd
+        = faulty(QStringLiteral("read")) ? -1 : SimState::openRegular(FileName, O_RDONLY, &problem);
     if (fd < 0) {
         if (ok)
             *ok = false;
@@ -92,7 +93,8 @@ QByteArray read(unsigned int address, unsigned int length, bool *ok)
     }
     int got = 0;
     while (got < data.size()) {
-        const ssize_t n = pread(fd, data.data() + got, size_t(data.size() - got), address + unsigned(got));
+        const ssize_t n
+            = pread(fd, data.data() + got, size_t(data.size() - got), address + unsigned(got));
         if (n <= 0) {
             if (n < 0 && ok)
                 *ok = false;
@@ -115,14 +117,16 @@ bool write(unsigned int address, const QByteArray &data)
         return true;
     QString problem = QStringLiteral("fram-fault says so");
     const int fd = faulty(QStringLiteral("write"))
-            ? -1
-            : SimState::openRegular(FileName, O_WRONLY | O_CREAT, &problem);
+        ? -1
+        : SimState::openRegular(FileName, O_WRONLY | O_CREAT, &problem);
     if (fd < 0) {
-        SimState::warn(FileName, QStringLiteral("cannot be written (%1)")
-                                         .arg(problem.isEmpty() ? QStringLiteral("missing") : problem));
+        SimState::warn(FileName,
+            QStringLiteral("cannot be written (%1)")
+                .arg(problem.isEmpty() ? QStringLiteral("missing") : problem));
         return false;
     }
-    const bool written = pwrite(fd, bytes.constData(), size_t(bytes.size()), address) == bytes.size();
+    const bool written
+        = pwrite(fd, bytes.constData(), size_t(bytes.size()), address) == bytes.size();
     ::close(fd);
     if (!written)
         SimState::warn(FileName, QStringLiteral("cannot be written (short write)"));

@@ -12,8 +12,8 @@ KLcd *KLcd::getInstance()
 
 int KLcd::getLcdBrightness()
 {
-    return int(SimState::readNumberInRange(QStringLiteral("brightness"), 0, 20, 20,
-                                           QStringLiteral("is outside 0..20")));
+    return int(SimState::readNumberInRange(
+        QStringLiteral("brightness"), 0, 20, 20, QStringLiteral("is outside 0..20")));
 }
 
 void KLcd::setLcdBrightness(int level, bool flag)

@@ -100,7 +100,7 @@ int openRegular(const QString &name, int flags, QString *problem)
         if (problem)
             *problem = errno == ENOENT ? QString()
                                        : QStringLiteral("cannot be opened (%1)")
-                                                 .arg(QString::fromLocal8Bit(strerror(errno)));
+                                             .arg(QString::fromLocal8Bit(strerror(errno)));
         return -1;
     }
     struct stat st;
@@ -132,7 +132,7 @@ QString readText(const QString &name, QString *problem)
         if (n < 0) {
             if (problem)
                 *problem = QStringLiteral("cannot be read (%1)")
-                                   .arg(QString::fromLocal8Bit(strerror(errno)));
+                               .arg(QString::fromLocal8Bit(strerror(errno)));
             ::close(fd);
             return QString();
         }
@@ -200,8 +200,9 @@ long long readNumber(const QString &name, long long defaultValue)
     long long value = 0;
     if (!parseNumber(text, &value)) {
         // One arg() call: the file's text may itself contain "%2".
-        warn(name, QStringLiteral("%1 is not a number, using %2")
-                           .arg(quoted(text), QString::number(defaultValue)));
+        warn(name,
+            QStringLiteral("%1 is not a number, using %2")
+                .arg(quoted(text), QString::number(defaultValue)));
         return defaultValue;
     }
     QMutexLocker lock(&goodMutex);
@@ -210,7 +211,7 @@ long long readNumber(const QString &name, long long defaultValue)
 }
 
 long long readNumberInRange(const QString &name, long long min, long long max,
-                            long long defaultValue, const QString &outside)
+    long long defaultValue, const QString &outside)
 {
     const long long value = readNumber(name, defaultValue);
     if (value < min || value > max) {
@@ -228,13 +229,13 @@ bool readPair(const QString &name, int *first, int *second)
         warn(name, QStringLiteral("missing, using %1").arg(defaults));
         return false;
     }
-    const QStringList parts = text.split(QRegularExpression(QStringLiteral("[ \t]+")),
-                                         Qt::SkipEmptyParts);
+    const QStringList parts
+        = text.split(QRegularExpression(QStringLiteral("[ \t]+")), Qt::SkipEmptyParts);
     long long a = 0, b = 0;
     if (parts.size() != 2 || !parseNumber(parts.at(0), &a) || !parseNumber(parts.at(1), &b)
         || a <= 0 || b <= 0 || a > 100000 || b > 100000) {
-        warn(name, QStringLiteral("%1 is not two positive numbers, using %2")
-                           .arg(quoted(text), defaults));
+        warn(name,
+            QStringLiteral("%1 is not two positive numbers, using %2").arg(quoted(text), defaults));
         return false;
     }
     *first = int(a);
@@ -246,12 +247,12 @@ void logEvent(const QString &line)
 {
     QMutexLocker lock(&logMutex);
     QString problem;
-    const int fd = openRegular(QStringLiteral("events.log"), O_WRONLY | O_APPEND | O_CREAT,
-                               &problem);
+    const int fd
+        = openRegular(QStringLiteral("events.log"), O_WRONLY | O_APPEND | O_CREAT, &problem);
     if (fd < 0) {
-        warn(QStringLiteral("events.log"), QStringLiteral("cannot be appended to (%1)")
-                                                   .arg(problem.isEmpty() ? QStringLiteral("missing")
-                                                                          : problem));
+        warn(QStringLiteral("events.log"),
+            QStringLiteral("cannot be appended to (%1)")
+                .arg(problem.isEmpty() ? QStringLiteral("missing") : problem));
         return;
     }
     const QByteArray bytes = line.toUtf8() + '\n';

@@ -23,7 +23,7 @@ long long readNumber(const QString &name, long long defaultValue);
 // readNumber() checked against min..max; a value outside gives "<value> <outside>, using
 // <default>" once and the default.
 long long readNumberInRange(const QString &name, long long min, long long max,
-                            long long defaultValue, const QString &outside);
+    long long defaultValue, const QString &outside);
 // Two whole numbers separated by blanks or tabs ("800 480"). The pair passed in is the
 // default: it is left alone, with one complaint, when the file is missing or malformed.
 bool readPair(const QString &name, int *first, int *second);
