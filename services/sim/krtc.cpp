@@ -34,12 +34,12 @@ void KRtc::getRtc(struct tm *time)
         const qint64 host = parts.value(1).toLongLong(&okHost);
         if (parts.size() != 2 || !okSet || !okHost) {
             SimState::warn(QStringLiteral("rtc"),
-                QStringLiteral("%1 is not \"SET HOST\", using the host clock")
-                    .arg(SimState::quoted(text)));
+                           QStringLiteral("%1 is not \"SET HOST\", using the host clock")
+                                   .arg(SimState::quoted(text)));
         } else if (!inRange(set) || !inRange(host) || !inRange(set + (qint64(now) - host))) {
             SimState::warn(QStringLiteral("rtc"),
-                QStringLiteral("%1 is out of range, using the host clock")
-                    .arg(SimState::quoted(text)));
+                           QStringLiteral("%1 is out of range, using the host clock")
+                                   .arg(SimState::quoted(text)));
         } else {
             value = std::time_t(set + (qint64(now) - host));
         }
@@ -51,16 +51,16 @@ void KRtc::getRtc(struct tm *time)
 void KRtc::setRtc(struct tm *time)
 {
     SimState::logEvent(QStringLiteral("rtc-set %1 %2 %3 %4 %5 %6 %7 %8")
-                           .arg(time->tm_sec)
-                           .arg(time->tm_min)
-                           .arg(time->tm_hour)
-                           .arg(time->tm_mday)
-                           .arg(time->tm_mon)
-                           .arg(time->tm_year)
-                           .arg(time->tm_wday)
-                           .arg(time->tm_yday));
+                               .arg(time->tm_sec)
+                               .arg(time->tm_min)
+                               .arg(time->tm_hour)
+                               .arg(time->tm_mday)
+                               .arg(time->tm_mon)
+                               .arg(time->tm_year)
+                               .arg(time->tm_wday)
+                               .arg(time->tm_yday));
     struct tm copy = *time;
     const std::time_t set = timegm(&copy);
     SimState::writeText(QStringLiteral("rtc"),
-        QStringLiteral("%1 %2").arg(qint64(set)).arg(qint64(std::time(nullptr))));
+                        QStringLiteral("%1 %2").arg(qint64(set)).arg(qint64(std::time(nullptr))));
 }
