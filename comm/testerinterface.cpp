@@ -23,6 +23,10 @@
 
 namespace {
 constexpr int StartDelay = 50;
+// Quiet time before received TCP text is drawn, in ms; a unit under test sends every 10 ms.
+constexpr int EthernetPaneDelay = 1;
+// Undrawn blocks kept during a burst; older ones would have overflowed the pane anyway.
+constexpr int MaxPendingBlocks = 256;
 // A port that is taken (a second tester, a leftover process) is tried again this often.
 constexpr int ListenRetry = 2000;
 // After running out of descriptors, accepting is tried again this often (and whenever a
@@ -129,6 +133,10 @@ void TesterInterface::init()
         }
     }
 
+    ethernetPaneTimer = new QTimer(this);
+    ethernetPaneTimer->setSingleShot(true);
+    ethernetPaneTimer->setInterval(EthernetPaneDelay);
+    connect(ethernetPaneTimer, &QTimer::timeout, this, &TesterInterface::showNextEthernetBlock);
     server = new QTcpServer(this);
     connect(server, &QTcpServer::newConnection, this, &TesterInterface::createTcpServerConnection);
     connect(server, &QTcpServer::acceptError, this, &TesterInterface::acceptFailed);
@@ -228,7 +236,19 @@ void TesterInterface::receieveSocketData()
     // client's round trip does not wait for the drawing.
     client->write(data);
     client->flush();
-    showEthernetText(zeroTerminatedText(data));
+    pendingEthernetBlocks.append(zeroTerminatedText(data));
+    if (pendingEthernetBlocks.size() > MaxPendingBlocks)
+        pendingEthernetBlocks.removeFirst();
+    ethernetPaneTimer->start();
+}
+
+void TesterInterface::showNextEthernetBlock()
+{
+    if (pendingEthernetBlocks.isEmpty())
+        return;
+    showEthernetText(pendingEthernetBlocks.takeFirst());
+    if (!pendingEthernetBlocks.isEmpty())
+        ethernetPaneTimer->start();
 }
 
 void TesterInterface::showEthernetText(const QString &text)

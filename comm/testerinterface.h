@@ -43,6 +43,7 @@ private Q_SLOTS:
 private:
     void init();
     void showEthernetText(const QString &text);
+    void showNextEthernetBlock();
 
     Ui::TesterInterface *ui = nullptr;
     QTcpServer *server = nullptr;
@@ -56,4 +57,9 @@ private:
     // The reason the last listen() failed, so that a port that stays taken is reported once.
     QString listenError;
     bool acceptErrorReported = false;
+    // Received TCP blocks not drawn yet. Each is drawn on its own (so the pane clears on the
+    // block that overflows it) once the line has been quiet for a moment: a client waiting for
+    // its echo to send the next block never waits for the drawing.
+    QStringList pendingEthernetBlocks;
+    QTimer *ethernetPaneTimer = nullptr;
 };
