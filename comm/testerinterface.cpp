@@ -239,13 +239,20 @@ void TesterInterface::receieveSocketData()
     pendingEthernetBlocks.append(zeroTerminatedText(data));
     if (pendingEthernetBlocks.size() > MaxPendingBlocks)
         pendingEthernetBlocks.removeFirst();
-    ethernetPaneTimer->start();
+    // Only noted here: restarting a timer for every block would cost the round trip.
+    lastEthernetBlock.start();
+    if (!ethernetPaneTimer->isActive())
+        ethernetPaneTimer->start();
 }
 
 void TesterInterface::showNextEthernetBlock()
 {
     if (pendingEthernetBlocks.isEmpty())
         return;
+    if (lastEthernetBlock.isValid() && lastEthernetBlock.elapsed() < EthernetPaneDelay) {
+        ethernetPaneTimer->start();
+        return;
+    }
     showEthernetText(pendingEthernetBlocks.takeFirst());
     if (!pendingEthernetBlocks.isEmpty())
         ethernetPaneTimer->start();

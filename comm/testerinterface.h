@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
@@ -62,4 +63,5 @@ private:
     // its echo to send the next block never waits for the drawing.
     QStringList pendingEthernetBlocks;
     QTimer *ethernetPaneTimer = nullptr;
+    QElapsedTimer lastEthernetBlock;
 };
