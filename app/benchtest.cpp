@@ -265,6 +265,10 @@ void BenchTest::initPopupButtons()
     connect(nextButton, &QPushButton::clicked, this, &BenchTest::nextStage);
     nextButton->hide();
 
+    // Outside their rounded frame the buttons show the page under them, not a window's white.
+    for (QWidget *button : { startButton, againButton, nextButton })
+        button->setAttribute(Qt::WA_TranslucentBackground);
+
     againButton->move((W - 1) / 2 - againButton->width() - 10, (H / 3) * 2);
     nextButton->move((W - 1) / 2 + 10, (H / 3) * 2);
 }

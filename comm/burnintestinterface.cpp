@@ -5,16 +5,10 @@
 #include "services/interface.h"
 
 #include <QBoxLayout>
-#include <QElapsedTimer>
 #include <QLabel>
 #include <QScrollBar>
 #include <QTextEdit>
 #include <QTimerEvent>
-
-namespace {
-constexpr int BlockSize = TestBlockSize;
-constexpr int ReadTimeout = 99;
-} // namespace
 
 BurninTestInterface::BurninTestInterface(QWidget *parent)
     : BurninTestInterface(COMPORT1, parent) { }
@@ -70,11 +64,8 @@ void BurninTestInterface::init(const QString &portPath)
     port->setting(
         new DeviceSetting(RS232, portPath, 115200, 8, 0, 0), new DriverSetting(100, 1, 0, 0));
 
-    // Each pane empties itself whenever its text overflows.
-    connect(
-        txTextEdit->verticalScrollBar(), &QScrollBar::rangeChanged, txTextEdit, &QTextEdit::clear);
-    connect(
-        rxTextEdit->verticalScrollBar(), &QScrollBar::rangeChanged, rxTextEdit, &QTextEdit::clear);
+    clearWhenFull(txTextEdit);
+    clearWhenFull(rxTextEdit);
 }
 
 void BurninTestInterface::run()
@@ -105,6 +96,8 @@ void BurninTestInterface::writeData()
     const QByteArray block = dataToWrite();
     port->control(Interface::FlushControl, 0);
     const int written = port->write(block.constData(), block.size());
+    // kept: the port's error text is fetched after every write and dropped; the sent pane is
+    // the report.
     (void)port->errorString();
     if (written == block.size())
         txTextEdit->insertPlainText(QString::fromLatin1(block));
@@ -113,17 +106,13 @@ void BurninTestInterface::writeData()
 void BurninTestInterface::readData()
 {
     QByteArray buffer;
-    int count = 0;
-    QElapsedTimer clock;
-    clock.start();
-    for (;;) {
-        buffer = QByteArray(BlockSize, '\0');
-        count = port->read(buffer.data(), BlockSize);
-        if (count > 0)
-            break;
-        if (qAbs(clock.elapsed()) > ReadTimeout)
-            return;
-    }
+    const int count = readAnswer([&](int) {
+        buffer = QByteArray(TestBlockSize, '\0');
+        return port->read(buffer.data(), TestBlockSize);
+    });
+    // A time-out shows nothing and counts nothing.
+    if (count <= 0)
+        return;
     buffer.resize(count);
     rxTextEdit->insertPlainText(zeroTerminatedText(buffer));
 }

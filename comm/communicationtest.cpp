@@ -8,9 +8,7 @@
 #include "services/interface.h"
 
 #include <QDebug>
-#include <QElapsedTimer>
 #include <QHostAddress>
-#include <QScrollBar>
 #include <QStringList>
 #include <QTcpSocket>
 #include <QThread>
@@ -22,7 +20,6 @@ namespace {
 constexpr int BlockSize = TestBlockSize;
 constexpr int SerialPeriod = 1;
 constexpr int EthernetPeriod = 10;
-constexpr int ReadTimeout = 99;
 constexpr int SocketWait = 100;
 constexpr int SocketReadWait = 30000;
 
@@ -74,11 +71,8 @@ CommunicationTest::~CommunicationTest()
 
 void CommunicationTest::init()
 {
-    // A pane empties itself as soon as its text no longer fits, which keeps both panes short.
-    connect(ui->txTextEdit->verticalScrollBar(), &QScrollBar::rangeChanged, ui->txTextEdit,
-        &QTextEdit::clear);
-    connect(ui->rxTextEdit->verticalScrollBar(), &QScrollBar::rangeChanged, ui->rxTextEdit,
-        &QTextEdit::clear);
+    clearWhenFull(ui->txTextEdit);
+    clearWhenFull(ui->rxTextEdit);
 
     kindNames.insert(RS232, QStringLiteral("RS232"));
     kindNames.insert(RS422, QStringLiteral("RS422"));
@@ -123,7 +117,7 @@ void CommunicationTest::createInterface(const QString &port, device_type type)
     changeTitle(port, type);
 
     if (type == Ethernet) {
-        mode = 1;
+        mode = Mode::Ethernet;
         const QStringList parts = port.split(QLatin1Char(' '), Qt::KeepEmptyParts);
         const QString address = parts.value(0);
         const quint16 tcpPort = quint16(parts.value(1).toUInt());
@@ -144,7 +138,7 @@ void CommunicationTest::createInterface(const QString &port, device_type type)
     if (type < 16 || type > 255)
         return;
 
-    mode = 0;
+    mode = Mode::Serial;
     QString path = port;
     // The small panel's first port is RS232 only; its RS422/RS485 line is the second port.
     if (PanelModel::isFourInch(Fram::getInstance()->getMonitorModel()) && path == COMPORT1
@@ -177,14 +171,12 @@ void CommunicationTest::run()
 {
     resetUI();
     bool ready = false;
-    if (mode == 0) {
+    if (mode == Mode::Serial) {
         if (!currentPort)
             return;
         ready = currentPort->open();
-    } else if (mode == 1) {
-        ready = socket && socket->waitForConnected(SocketWait);
     } else {
-        return;
+        ready = socket && socket->waitForConnected(SocketWait);
     }
     if (!ready)
         qDebug() << "Connection not established";
@@ -193,35 +185,42 @@ void CommunicationTest::run()
         timer = new QTimer;
         connect(timer, &QTimer::timeout, this, &CommunicationTest::commTest);
     }
-    timer->start(mode == 0 ? SerialPeriod : EthernetPeriod);
+    timer->start(mode == Mode::Serial ? SerialPeriod : EthernetPeriod);
 }
 
 QString CommunicationTest::currentDevice() const
 {
-    if (mode == 1)
+    if (mode == Mode::Ethernet)
         return QStringLiteral("Ethernet");
-    if (mode == 0 && currentPort && currentPort->deviceSetting())
+    if (currentPort && currentPort->deviceSetting())
         return currentPort->deviceSetting()->port;
     return QString();
 }
 
 QString CommunicationTest::currentSerial() const
 {
-    if (mode == 1)
+    if (mode == Mode::Ethernet)
         return QStringLiteral("Ethernet");
-    if (mode == 0 && currentPort && currentPort->deviceSetting())
+    if (currentPort && currentPort->deviceSetting())
         return kindNames.value(currentPort->deviceSetting()->type);
     return QString();
 }
 
 void CommunicationTest::disconnectInterface()
 {
+    stopTransfer();
+}
+
+void CommunicationTest::stopTransfer()
+{
     if (timer)
         timer->stop();
-    if (mode == 1) {
+    if (mode == Mode::Ethernet) {
+        // kept: the connection is not closed actively; it normally stays up, and the next
+        // test with the same partner reuses it.
         if (socketIsOpen(socket))
             socket->waitForDisconnected(SocketWait);
-    } else if (mode == 0 && currentPort) {
+    } else if (currentPort) {
         currentPort->close();
     }
 }
@@ -254,7 +253,7 @@ void CommunicationTest::writeData()
         counterText(quint16(counterValue(ui->totalCountLabel) + BlockSize)));
     ui->txTextEdit->insertPlainText(QString::fromLatin1(block));
 
-    if (mode == 1) {
+    if (mode == Mode::Ethernet) {
         if (socket)
             socket->write(block);
         return;
@@ -268,26 +267,21 @@ void CommunicationTest::writeData()
 void CommunicationTest::readData()
 {
     QByteArray buffer;
-    if (mode == 0)
+    if (mode == Mode::Serial)
         buffer = QByteArray(BlockSize, '\0');
-    int count = 0;
-    QElapsedTimer clock;
-    clock.start();
-    for (;;) {
-        if (mode == 1) {
-            if (socket) {
-                socket->waitForReadyRead(SocketReadWait);
-                buffer = socket->readAll();
-            }
-            count = buffer.size();
+    const int count = readAnswer([&](int msLeft) {
+        if (mode == Mode::Serial)
+            return currentPort ? currentPort->read(buffer.data(), BlockSize) : -1;
+        if (socket && socket->state() != QAbstractSocket::UnconnectedState) {
+            socket->waitForReadyRead(SocketReadWait);
+            buffer = socket->readAll();
         } else {
-            count = currentPort ? currentPort->read(buffer.data(), BlockSize) : -1;
+            // No connection returns from its wait at once: wait out the answer time as on a
+            // quiet line, so that a test without a partner does not spin.
+            QThread::msleep(ulong(msLeft));
         }
-        if (count > 0)
-            break;
-        if (qAbs(clock.elapsed()) > ReadTimeout)
-            break;
-    }
+        return int(buffer.size());
+    });
 
     const QString text = zeroTerminatedText(buffer);
     if (count == BlockSize && !text.isEmpty()) {
@@ -314,15 +308,7 @@ void CommunicationTest::checkReachLimit()
 
 void CommunicationTest::endCommunication()
 {
-    if (timer)
-        timer->stop();
-    if (mode == 1) {
-        // The connection stays up so that the next test with the same partner reuses it.
-        if (socketIsOpen(socket))
-            socket->waitForDisconnected(SocketWait);
-    } else if (currentPort) {
-        currentPort->close();
-    }
+    stopTransfer();
     const QString result = ui->errorCountLabel->text() == QLatin1String("0000")
         ? QStringLiteral("ok!")
         : QStringLiteral("fail!");

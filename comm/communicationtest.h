@@ -50,7 +50,11 @@ public Q_SLOTS:
     void commTest();
 
 private:
+    // What the screen tests. kept: the values are those of the original int mode, 0 and 1.
+    enum class Mode { Serial = 0, Ethernet = 1 };
+
     void init();
+    void stopTransfer();
     void changeTitle(const QString &port, device_type type);
     QByteArray dataToWrite();
     void writeData();
@@ -60,14 +64,14 @@ private:
     void resetUI();
 
     Ui::CommunicationTest *ui = nullptr;
-    // 0 serial, 1 Ethernet.
-    int mode = 0;
+    Mode mode = Mode::Serial;
     qint16 limit = -1;
     // Code of the last character put into a block; the run goes "!".."~" and round again.
     int character = 32;
     QList<Interface *> ports;
     Interface *currentPort = nullptr;
     QTimer *timer = nullptr;
+    // kept: nothing assigns it, yet the destructor tears it down if it is ever set.
     QThread *readingThread = nullptr;
     QTcpSocket *socket = nullptr;
     QMap<device_type, QString> kindNames;

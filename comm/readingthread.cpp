@@ -1,12 +1,11 @@
 #include "readingthread.h"
 
 #include "common/portnames.h"
+#include "commtext.h"
 #include "services/interface.h"
 
 namespace {
-constexpr int BlockSize = 64;
-// The port's first-byte time-out: an empty read takes this long.
-constexpr int ReadTimeout = 100;
+constexpr int BlockSize = TestBlockSize;
 } // namespace
 
 ReadingThread::ReadingThread(QObject *parent) : QThread(parent)
@@ -35,7 +34,6 @@ ReadingThread::~ReadingThread()
     // A QThread must not be destroyed while it runs; the loop ends at its next turn.
     requestInterruption();
     wait();
-    loopDone.load(std::memory_order_acquire);
     interface->close();
     delete interface;
 }
@@ -66,13 +64,9 @@ void ReadingThread::run()
     while (!isInterruptionRequested()) {
         buffer.resize(BlockSize);
         const int count = interface->read(buffer.data(), BlockSize);
-        if (count <= 0) {
-            // A port that could not be opened fails at once; pace it like an empty read
-            // instead of spinning.
-            if (count < 0)
-                QThread::msleep(ReadTimeout);
+        // An empty read takes the port's read time-out, also on a port that is not open.
+        if (count <= 0)
             continue;
-        }
         buffer.resize(count);
         // A copy of its own for the receiver, so the buffer is never shared across threads.
         Q_EMIT updateBuffer(count, QByteArray(buffer.constData(), count));
@@ -81,5 +75,4 @@ void ReadingThread::run()
             interface->write(buffer.constData(), count);
         }
     }
-    loopDone.store(true, std::memory_order_release);
 }

@@ -9,8 +9,6 @@
 #include <QString>
 #include <QThread>
 
-#include <atomic>
-
 class Interface;
 
 class ReadingThread : public QThread {
@@ -42,7 +40,4 @@ private:
     Interface *interface = nullptr;
     QByteArray buffer;
     int echo = 0;
-    // Set by the loop as its last act; what the destructor waits for before it touches the
-    // port again.
-    std::atomic<bool> loopDone { false };
 };

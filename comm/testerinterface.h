@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
@@ -36,9 +37,14 @@ public Q_SLOTS:
     void startReading();
     void textEditUpdate(int count, QByteArray data);
 
+private Q_SLOTS:
+    void listenForClients();
+    void acceptFailed();
+
 private:
-    void showPendingEthernetText();
     void init();
+    void showEthernetText(const QString &text);
+    void showNextEthernetBlock();
 
     Ui::TesterInterface *ui = nullptr;
     QTcpServer *server = nullptr;
@@ -49,8 +55,13 @@ private:
     QString lastPort;
     QString lastText;
     QStringList paths;
-    // TCP text waiting to be shown: the pane is redrawn a few times a second, not once per
-    // echoed block, so drawing never holds up the next echo.
-    QString pendingEthernetText;
+    // The reason the last listen() failed, so that a port that stays taken is reported once.
+    QString listenError;
+    bool acceptErrorReported = false;
+    // Received TCP blocks not drawn yet. Each is drawn on its own (so the pane clears on the
+    // block that overflows it) once the line has been quiet for a moment: a client waiting for
+    // its echo to send the next block never waits for the drawing.
+    QStringList pendingEthernetBlocks;
     QTimer *ethernetPaneTimer = nullptr;
+    QElapsedTimer lastEthernetBlock;
 };

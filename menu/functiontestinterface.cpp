@@ -10,12 +10,15 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QPainter>
+#include <QSize>
 #include <QStackedWidget>
 
 namespace {
 constexpr int Columns = 3;
 constexpr int RowsPerPage = 3;
 constexpr int ButtonsPerPage = Columns * RowsPerPage;
+// "Prev" and "Next" of the paged menu.
+const QSize PageButtonSize(90, 30);
 
 QString pageText(int page, int pages)
 {
@@ -147,6 +150,9 @@ void FunctionTestInterface::layOutPaged(const QList<QPushButton *> &list)
     auto *next = new QPushButton(tr("Next"));
     next->setObjectName(QStringLiteral("next"));
     next->setMinimumHeight(30);
+    // Room around their words, and no taller than the row the small screen has left for them.
+    for (QPushButton *button : { prev, next })
+        button->setFixedSize(PageButtonSize);
     connect(prev, &QPushButton::clicked, this, &FunctionTestInterface::changePage);
     connect(next, &QPushButton::clicked, this, &FunctionTestInterface::changePage);
 
@@ -158,6 +164,8 @@ void FunctionTestInterface::layOutPaged(const QList<QPushButton *> &list)
     pageLabel->setAlignment(Qt::AlignCenter);
 
     auto *row = new QHBoxLayout;
+    // Keeps the buttons' bottom edge off the screen's edge.
+    row->setContentsMargins(0, 0, 0, 6);
     row->addStretch();
     row->addWidget(prev);
     row->addWidget(pageLabel);

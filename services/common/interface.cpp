@@ -22,14 +22,22 @@ constexpr int WriteTimeout = 100;
 speed_t speedFor(int baudRate)
 {
     switch (baudRate) {
-    case 9600: return B9600;
-    case 19200: return B19200;
-    case 38400: return B38400;
-    case 57600: return B57600;
-    case 230400: return B230400;
-    case 460800: return B460800;
-    case 921600: return B921600;
-    default: return B115200;
+    case 9600:
+        return B9600;
+    case 19200:
+        return B19200;
+    case 38400:
+        return B38400;
+    case 57600:
+        return B57600;
+    case 230400:
+        return B230400;
+    case 460800:
+        return B460800;
+    case 921600:
+        return B921600;
+    default:
+        return B115200;
     }
 }
 
@@ -52,9 +60,8 @@ void sleepUntil(qint64 deadlineUs)
     const qint64 us = deadlineUs - nowUs();
     if (us <= 0)
         return;
-    timespec ts{time_t(us / 1000000), long(us % 1000000) * 1000L};
-    while (nanosleep(&ts, &ts) < 0 && errno == EINTR) {
-    }
+    timespec ts { time_t(us / 1000000), long(us % 1000000) * 1000L };
+    while (nanosleep(&ts, &ts) < 0 && errno == EINTR) { }
 }
 
 // Waits until fd is readable or the deadline (nowUs() time) has passed. 1: something to read
@@ -63,7 +70,7 @@ void sleepUntil(qint64 deadlineUs)
 int waitReadable(int fd, qint64 deadline)
 {
     for (;;) {
-        pollfd p{fd, POLLIN, 0};
+        pollfd p { fd, POLLIN, 0 };
         const int r = poll(&p, 1, msUntil(deadline));
         if (r < 0 && errno == EINTR)
             continue;
@@ -150,10 +157,18 @@ bool Interface::open()
     tio.c_cflag |= CLOCAL | CREAD;
     tio.c_cflag &= ~(CSIZE | PARENB | PARODD | CSTOPB | CRTSCTS);
     switch (m_device->dataBits) {
-    case 5: tio.c_cflag |= CS5; break;
-    case 6: tio.c_cflag |= CS6; break;
-    case 7: tio.c_cflag |= CS7; break;
-    default: tio.c_cflag |= CS8; break;
+    case 5:
+        tio.c_cflag |= CS5;
+        break;
+    case 6:
+        tio.c_cflag |= CS6;
+        break;
+    case 7:
+        tio.c_cflag |= CS7;
+        break;
+    default:
+        tio.c_cflag |= CS8;
+        break;
     }
     if (m_device->parity == 1)
         tio.c_cflag |= PARENB | PARODD;
@@ -172,21 +187,29 @@ bool Interface::open()
         return false;
     }
 
-    // RS422 and RS485 need the driver's transceiver control. Lines without it (plain UARTs,
+    // RS422 and RS485 need the driver's transceiver control; RS232 switches it off again, since
+    // the kernel keeps the setting across a close. Lines without it (plain UARTs,
     // pseudo-terminals) refuse the request, which is fine: they are full duplex anyway.
+    quint32 flags = 0;
     if (m_device->type == RS422 || m_device->type == RS485) {
-        serial_rs485 rs485;
-        memset(&rs485, 0, sizeof rs485);
-        rs485.flags = SER_RS485_ENABLED | SER_RS485_RTS_ON_SEND;
+        flags = SER_RS485_ENABLED | SER_RS485_RTS_ON_SEND;
         if (m_device->type == RS422)
-            rs485.flags |= SER_RS485_RX_DURING_TX;
-        ioctl(fd, TIOCSRS485, &rs485);
+            flags |= SER_RS485_RX_DURING_TX;
     }
+    requestLineMode(fd, flags);
 
     tcflush(fd, TCIOFLUSH);
     m_fd = fd;
     m_error.clear();
     return true;
+}
+
+int Interface::requestLineMode(int fd, quint32 rs485Flags)
+{
+    serial_rs485 rs485;
+    memset(&rs485, 0, sizeof rs485);
+    rs485.flags = rs485Flags;
+    return ioctl(fd, TIOCSRS485, &rs485);
 }
 
 void Interface::close()
@@ -199,13 +222,16 @@ void Interface::close()
 
 int Interface::read(char *data, int size)
 {
+    const int firstWait = m_driver ? m_driver->firstByteTimeout : DefaultFirstByteTimeout;
     if (m_fd < 0) {
+        // Like a quiet line: callers poll read() in loops until their own time-out, and a port
+        // that will not open must not turn those loops into a busy wait.
         m_error = QStringLiteral("port not open");
+        sleepUntil(nowUs() + qint64(firstWait) * 1000);
         return -1;
     }
     if (size <= 0)
         return 0;
-    const int firstWait = m_driver ? m_driver->firstByteTimeout : DefaultFirstByteTimeout;
     const int gap = qMax(1, m_driver ? m_driver->interByteGap : DefaultInterByteGap);
 
     int got = 0;
@@ -264,7 +290,7 @@ int Interface::write(const char *data, int size)
             m_error = QStringLiteral("write timed out");
             break;
         }
-        pollfd p{m_fd, POLLOUT, 0};
+        pollfd p { m_fd, POLLOUT, 0 };
         if (poll(&p, 1, msUntil(deadline)) > 0 && !(p.revents & POLLOUT)) {
             // Hung up or failed: it would report itself at once again and again.
             errno = (p.revents & POLLNVAL) ? EBADF : EIO;

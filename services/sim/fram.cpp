@@ -6,6 +6,8 @@
 namespace {
 // The parameter area as loaded; written back unchanged by save_param().
 QByteArray parameters;
+// A failed load leaves nothing to write back: writing would put zeros over the unit's record.
+bool loaded = false;
 } // namespace
 
 Fram *Fram::getInstance()
@@ -17,17 +19,30 @@ Fram *Fram::getInstance()
 void Fram::load_param()
 {
     SimState::logEvent(QStringLiteral("param-load"));
-    const QByteArray header = FramImage::read(0, 2);
+    bool ok = false;
+    const QByteArray header = FramImage::read(0, 2, &ok);
     const unsigned int length = uchar(header[0]) | (uchar(header[1]) << 8);
     // Only what fram.bin holds: save_param() must not pad a short (damaged) image.
-    parameters = FramImage::read(0, 4 + length).left(int(FramImage::storedSize()));
+    if (ok)
+        parameters = FramImage::read(0, 4 + length, &ok).left(int(FramImage::storedSize()));
+    loaded = ok;
+    if (!ok) {
+        parameters.clear();
+        SimState::warn(QStringLiteral("fram.bin"),
+            QStringLiteral("the parameters cannot be read; the chip is left as it is"));
+        SimState::logEvent(QStringLiteral("param-load-failed"));
+    }
 }
 
 void Fram::save_param()
 {
     SimState::logEvent(QStringLiteral("param-save"));
-    if (!parameters.isEmpty())
-        FramImage::write(0, parameters);
+    if (!loaded) {
+        SimState::logEvent(QStringLiteral("param-save-skipped"));
+        return;
+    }
+    if (!parameters.isEmpty() && !FramImage::write(0, parameters))
+        SimState::logEvent(QStringLiteral("param-save-failed"));
 }
 
 void Fram::setBuzzerEnable(bool enable)
@@ -45,29 +60,21 @@ void Fram::makeSound(int sound)
 unsigned int Fram::getDSWVal()
 {
     // Re-read on every call so that switches can be flipped while the program runs.
-    const long long value = SimState::readNumber(QStringLiteral("dip"), 0);
-    if (value < 0 || value > 0xFFFFFFFFLL) {
-        SimState::warn(QStringLiteral("dip"), QStringLiteral("%1 is out of range, using 0").arg(value));
-        return 0;
-    }
-    return static_cast<unsigned int>(value);
+    return static_cast<unsigned int>(SimState::readNumberInRange(
+        QStringLiteral("dip"), 0, 0xFFFFFFFFLL, 0, QStringLiteral("is out of range")));
 }
 
 int Fram::getMonitorModel()
 {
-    const long long value = SimState::readNumber(QStringLiteral("model"), 7);
-    if (value < 0 || value > 255) {
-        SimState::warn(QStringLiteral("model"), QStringLiteral("%1 is out of range, using 7").arg(value));
-        return 7;
-    }
-    return int(value);
+    return int(SimState::readNumberInRange(
+        QStringLiteral("model"), 0, 255, 7, QStringLiteral("is out of range")));
 }
 
 std::pair<int, int> Fram::getMonitorPixel()
 {
     int width = 800, height = 480;
     SimState::readPair(QStringLiteral("pixels"), &width, &height);
-    return {width, height};
+    return { width, height };
 }
 
 int Fram::getOrientation()

@@ -6,6 +6,9 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace FramImage {
 
 namespace {
@@ -19,23 +22,37 @@ QByteArray freshImage()
     image[1] = 0;
     return image;
 }
+// fram-fault names the chip operations that fail: "read", "write" or both.
+bool faulty(const QString &operation)
+{
+    return SimState::readText(QStringLiteral("fram-fault"))
+        .split(QLatin1Char(' '), Qt::SkipEmptyParts)
+        .contains(operation);
+}
 } // namespace
 
 void ensure()
 {
     QFile file(SimState::path(FileName));
+    const QFileInfo info(file.fileName());
+    if (info.exists() && !info.isFile()) {
+        SimState::warn(FileName,
+            QStringLiteral("is not a regular file; the chip cannot be read "
+                           "or written"));
+        return;
+    }
     if (file.exists()) {
         const qint64 size = file.size();
         if (size < qint64(FM25V02_SIZE))
             SimState::warn(FileName,
-                           QStringLiteral("is %1 bytes, expected %2; reading past its end gives 0")
-                                   .arg(size)
-                                   .arg(FM25V02_SIZE));
+                QStringLiteral("is %1 bytes, expected %2; reading past its end gives 0")
+                    .arg(size)
+                    .arg(FM25V02_SIZE));
         else if (size > qint64(FM25V02_SIZE))
             SimState::warn(FileName,
-                           QStringLiteral("is %1 bytes, expected %2; bytes past %2 are ignored")
-                                   .arg(size)
-                                   .arg(FM25V02_SIZE));
+                QStringLiteral("is %1 bytes, expected %2; bytes past %2 are ignored")
+                    .arg(size)
+                    .arg(FM25V02_SIZE));
         return;
     }
     SimState::warn(FileName, QStringLiteral("missing, creating a fresh FRAM image"));
@@ -57,34 +74,63 @@ unsigned int storedSize()
     return unsigned(qBound<qint64>(0, QFileInfo(SimState::path(FileName)).size(), FM25V02_SIZE));
 }
 
-QByteArray read(unsigned int address, unsigned int length)
+QByteArray read(unsigned int address, unsigned int length, bool *ok)
 {
     ensure();
+    if (ok)
+        *ok = true;
     // The chip ends at 32 KiB even when the file is longer.
     QByteArray data(int(insideChip(address, length)), '\0');
     if (data.isEmpty())
         return data;
-    QFile file(SimState::path(FileName));
-    if (!file.open(QIODevice::ReadOnly) || !file.seek(address))
+    QString problem;
+    const int fd
+        = faulty(QStringLiteral("read")) ? -1 : SimState::openRegular(FileName, O_RDONLY, &problem);
+    if (fd < 0) {
+        if (ok)
+            *ok = false;
         return data;
-    const QByteArray got = file.read(data.size());
-    data.replace(0, got.size(), got);
+    }
+    int got = 0;
+    while (got < data.size()) {
+        const ssize_t n
+            = pread(fd, data.data() + got, size_t(data.size() - got), address + unsigned(got));
+        if (n <= 0) {
+            if (n < 0 && ok)
+                *ok = false;
+            break;
+        }
+        got += int(n);
+    }
+    ::close(fd);
+    if (ok && !*ok)
+        data.fill('\0');
     return data;
 }
 
-void write(unsigned int address, const QByteArray &data)
+bool write(unsigned int address, const QByteArray &data)
 {
     ensure();
     // The chip ends at 32 KiB; bytes past it are dropped as the chip would.
     const QByteArray bytes = data.left(int(insideChip(address, unsigned(data.size()))));
     if (bytes.isEmpty())
-        return;
-    QFile file(SimState::path(FileName));
-    if (!file.open(QIODevice::ReadWrite) || !file.seek(address)) {
-        SimState::warn(FileName, QStringLiteral("cannot be written (%1)").arg(file.errorString()));
-        return;
+        return true;
+    QString problem = QStringLiteral("fram-fault says so");
+    const int fd = faulty(QStringLiteral("write"))
+        ? -1
+        : SimState::openRegular(FileName, O_WRONLY | O_CREAT, &problem);
+    if (fd < 0) {
+        SimState::warn(FileName,
+            QStringLiteral("cannot be written (%1)")
+                .arg(problem.isEmpty() ? QStringLiteral("missing") : problem));
+        return false;
     }
-    file.write(bytes);
+    const bool written
+        = pwrite(fd, bytes.constData(), size_t(bytes.size()), address) == bytes.size();
+    ::close(fd);
+    if (!written)
+        SimState::warn(FileName, QStringLiteral("cannot be written (short write)"));
+    return written;
 }
 
 } // namespace FramImage

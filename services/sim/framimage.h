@@ -13,8 +13,11 @@ unsigned int insideChip(unsigned int address, unsigned int length);
 // How much of the chip fram.bin holds: less than 32 KiB when the file is short.
 unsigned int storedSize();
 // The bytes at address..address+length that lie inside the chip; 0 where fram.bin is short.
-QByteArray read(unsigned int address, unsigned int length);
-// Writes the bytes that lie inside the chip and drops the rest.
-void write(unsigned int address, const QByteArray &data);
+// *ok (if given) is false when fram.bin could not be read (not a regular file, an I/O error,
+// or the word "read" in the state file fram-fault); the bytes are then all 0.
+QByteArray read(unsigned int address, unsigned int length, bool *ok = nullptr);
+// Writes the bytes that lie inside the chip and drops the rest; false when fram.bin could not
+// be written (also with the word "write" in fram-fault).
+bool write(unsigned int address, const QByteArray &data);
 
 } // namespace FramImage

@@ -12,12 +12,8 @@ KLcd *KLcd::getInstance()
 
 int KLcd::getLcdBrightness()
 {
-    const long long level = SimState::readNumber(QStringLiteral("brightness"), 20);
-    if (level < 0 || level > 20) {
-        SimState::warn(QStringLiteral("brightness"), QStringLiteral("%1 is outside 0..20, using 20").arg(level));
-        return 20;
-    }
-    return int(level);
+    return int(SimState::readNumberInRange(
+        QStringLiteral("brightness"), 0, 20, 20, QStringLiteral("is outside 0..20")));
 }
 
 void KLcd::setLcdBrightness(int level, bool flag)

@@ -2,12 +2,21 @@
 
 #include <QDir>
 #include <QFile>
+#include <QHash>
 #include <QMutex>
 #include <QRegularExpression>
+#include <QSaveFile>
 #include <QSet>
 #include <QStringList>
+#include <QThread>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace SimState {
 
@@ -15,6 +24,13 @@ namespace {
 QMutex logMutex;
 QMutex warnMutex;
 QSet<QString> warned;
+QMutex goodMutex;
+QHash<QString, long long> lastGood;
+
+// A reader that meets an empty or unreadable file tries again this many times, this far apart,
+// before it falls back: long enough for a writer that truncates and then writes.
+constexpr int ReadAttempts = 5;
+constexpr unsigned long ReadRetryMs = 10;
 
 bool parseNumber(const QString &text, long long *value)
 {
@@ -76,31 +92,107 @@ void warn(const QString &name, const QString &problem)
     std::fflush(stderr);
 }
 
-QString readText(const QString &name)
+int openRegular(const QString &name, int flags, QString *problem)
 {
-    QFile file(path(name));
-    if (!file.open(QIODevice::ReadOnly))
+    const QByteArray file = path(name).toLocal8Bit();
+    const int fd = ::open(file.constData(), flags | O_NONBLOCK | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        if (problem)
+            *problem = errno == ENOENT ? QString()
+                                       : QStringLiteral("cannot be opened (%1)")
+                                             .arg(QString::fromLocal8Bit(strerror(errno)));
+        return -1;
+    }
+    struct stat st;
+    if (fstat(fd, &st) < 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        if (problem)
+            *problem = QStringLiteral("is not a regular file");
+        return -1;
+    }
+    // Back to blocking reads and writes: a regular file never waits long.
+    fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    return fd;
+}
+
+QString readText(const QString &name, QString *problem)
+{
+    QString why;
+    const int fd = openRegular(name, O_RDONLY, &why);
+    if (problem)
+        *problem = why;
+    if (fd < 0)
         return QString();
+    QByteArray bytes(MaxTextSize + 1, Qt::Uninitialized);
+    int got = 0;
+    while (got < bytes.size()) {
+        const ssize_t n = ::read(fd, bytes.data() + got, size_t(bytes.size() - got));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            if (problem)
+                *problem = QStringLiteral("cannot be read (%1)")
+                               .arg(QString::fromLocal8Bit(strerror(errno)));
+            ::close(fd);
+            return QString();
+        }
+        if (n == 0)
+            break;
+        got += int(n);
+    }
+    ::close(fd);
+    if (got > MaxTextSize) {
+        if (problem)
+            *problem = QStringLiteral("is longer than %1 bytes").arg(MaxTextSize);
+        return QString();
+    }
+    bytes.truncate(got);
     // An empty file must read as empty text, not as a missing file (fromUtf8 of an empty
     // array is a null string).
-    const QString text = QString::fromUtf8(file.readAll()).trimmed();
+    const QString text = QString::fromUtf8(bytes).trimmed();
     return text.isNull() ? QStringLiteral("") : text;
 }
 
 bool writeText(const QString &name, const QString &text)
 {
-    QFile file(path(name));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+    QSaveFile file(path(name));
+    if (!file.open(QIODevice::WriteOnly)) {
         warn(name, QStringLiteral("cannot be written (%1)").arg(file.errorString()));
         return false;
     }
     file.write(text.toUtf8() + '\n');
+    if (!file.commit()) {
+        warn(name, QStringLiteral("cannot be written (%1)").arg(file.errorString()));
+        return false;
+    }
     return true;
 }
 
 long long readNumber(const QString &name, long long defaultValue)
 {
-    const QString text = readText(name);
+    QString text, problem;
+    for (int attempt = 1;; ++attempt) {
+        text = readText(name, &problem);
+        const bool unreadable = text.isNull() && !problem.isEmpty();
+        if (!unreadable && !(text.isEmpty() && !text.isNull()))
+            break;
+        if (attempt == ReadAttempts) {
+            if (!unreadable)
+                problem = QStringLiteral("is empty");
+            long long fallback = defaultValue;
+            QString from = QStringLiteral("the default");
+            {
+                QMutexLocker lock(&goodMutex);
+                if (lastGood.contains(path(name))) {
+                    fallback = lastGood.value(path(name));
+                    from = QStringLiteral("the last value read");
+                }
+            }
+            warn(name, QStringLiteral("%1, using %2 (%3)").arg(problem).arg(fallback).arg(from));
+            return fallback;
+        }
+        QThread::msleep(ReadRetryMs);
+    }
     if (text.isNull()) {
         warn(name, QStringLiteral("missing, using %1").arg(defaultValue));
         return defaultValue;
@@ -108,8 +200,22 @@ long long readNumber(const QString &name, long long defaultValue)
     long long value = 0;
     if (!parseNumber(text, &value)) {
         // One arg() call: the file's text may itself contain "%2".
-        warn(name, QStringLiteral("%1 is not a number, using %2")
-                           .arg(quoted(text), QString::number(defaultValue)));
+        warn(name,
+            QStringLiteral("%1 is not a number, using %2")
+                .arg(quoted(text), QString::number(defaultValue)));
+        return defaultValue;
+    }
+    QMutexLocker lock(&goodMutex);
+    lastGood.insert(path(name), value);
+    return value;
+}
+
+long long readNumberInRange(const QString &name, long long min, long long max,
+    long long defaultValue, const QString &outside)
+{
+    const long long value = readNumber(name, defaultValue);
+    if (value < min || value > max) {
+        warn(name, QStringLiteral("%1 %2, using %3").arg(value).arg(outside).arg(defaultValue));
         return defaultValue;
     }
     return value;
@@ -123,13 +229,13 @@ bool readPair(const QString &name, int *first, int *second)
         warn(name, QStringLiteral("missing, using %1").arg(defaults));
         return false;
     }
-    const QStringList parts = text.split(QRegularExpression(QStringLiteral("[ \t]+")),
-                                         Qt::SkipEmptyParts);
+    const QStringList parts
+        = text.split(QRegularExpression(QStringLiteral("[ \t]+")), Qt::SkipEmptyParts);
     long long a = 0, b = 0;
     if (parts.size() != 2 || !parseNumber(parts.at(0), &a) || !parseNumber(parts.at(1), &b)
         || a <= 0 || b <= 0 || a > 100000 || b > 100000) {
-        warn(name, QStringLiteral("%1 is not two positive numbers, using %2")
-                           .arg(quoted(text), defaults));
+        warn(name,
+            QStringLiteral("%1 is not two positive numbers, using %2").arg(quoted(text), defaults));
         return false;
     }
     *first = int(a);
@@ -140,13 +246,19 @@ bool readPair(const QString &name, int *first, int *second)
 void logEvent(const QString &line)
 {
     QMutexLocker lock(&logMutex);
-    QFile file(path(QStringLiteral("events.log")));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+    QString problem;
+    const int fd
+        = openRegular(QStringLiteral("events.log"), O_WRONLY | O_APPEND | O_CREAT, &problem);
+    if (fd < 0) {
         warn(QStringLiteral("events.log"),
-             QStringLiteral("cannot be appended to (%1)").arg(file.errorString()));
+            QStringLiteral("cannot be appended to (%1)")
+                .arg(problem.isEmpty() ? QStringLiteral("missing") : problem));
         return;
     }
-    file.write(line.toUtf8() + '\n');
+    const QByteArray bytes = line.toUtf8() + '\n';
+    if (::write(fd, bytes.constData(), size_t(bytes.size())) != bytes.size())
+        warn(QStringLiteral("events.log"), QStringLiteral("cannot be appended to"));
+    ::close(fd);
 }
 
 } // namespace SimState

@@ -5,6 +5,8 @@
 #include "readingthread.h"
 #include "testerinterface.h"
 
+#include <QElapsedTimer>
+#include <QFile>
 #include <QLabel>
 #include <QLayout>
 #include <QScrollBar>
@@ -13,8 +15,102 @@
 #include <QTcpSocket>
 #include <QTest>
 #include <QTextEdit>
+#include <QTimer>
 
+#include <atomic>
+#include <cstdio>
 #include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+// A plain socket to the tester on 127.0.0.1, blocking; -1 on failure.
+int rawClient(bool connectNow = true)
+{
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0 || !connectNow)
+        return fd;
+    sockaddr_in address {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(TesterInterface::TcpPort);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) < 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+// Everything written to standard output while it lives.
+class StdoutCapture {
+public:
+    StdoutCapture()
+    {
+        std::fflush(stdout);
+        saved = dup(STDOUT_FILENO);
+        file = std::tmpfile();
+        dup2(fileno(file), STDOUT_FILENO);
+    }
+    ~StdoutCapture()
+    {
+        std::fflush(stdout);
+        dup2(saved, STDOUT_FILENO);
+        ::close(saved);
+        std::fclose(file);
+    }
+    QString text() const
+    {
+        std::fflush(stdout);
+        QByteArray bytes;
+        char chunk[4096];
+        const long end = lseek(fileno(file), 0, SEEK_CUR);
+        for (long at = 0; at < end;) {
+            const ssize_t n = pread(fileno(file), chunk, sizeof chunk, at);
+            if (n <= 0)
+                break;
+            bytes.append(chunk, int(n));
+            at += n;
+        }
+        return QString::fromLocal8Bit(bytes);
+    }
+
+private:
+    int saved = -1;
+    std::FILE *file = nullptr;
+};
+
+// One 64-byte round trip with a fresh client; true when it comes back whole within the wait.
+bool echoesWithin(int ms)
+{
+    // The tester runs in this thread: wait by running the event loop, never by blocking.
+    QTcpSocket client;
+    const QByteArray block = printableRun(64);
+    QByteArray answer;
+    bool written = false;
+    QElapsedTimer clock;
+    clock.start();
+    client.connectToHost(QHostAddress::LocalHost, TesterInterface::TcpPort);
+    while (answer.size() < 64 && clock.elapsed() < ms) {
+        QTest::qWait(5);
+        if (!written && client.state() == QAbstractSocket::ConnectedState) {
+            client.write(block);
+            written = true;
+        }
+        answer += client.readAll();
+    }
+    return answer == block;
+}
+} // namespace
 
 class tst_TesterInterface : public QObject {
     Q_OBJECT
@@ -43,6 +139,11 @@ private:
     SimDir sim;
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        // Short keep-alive times, read once by the tester when it accepts its first client.
+        qputenv("BENCHTEST_TCP_KEEPALIVE", "3 1 2");
+    }
     void init() { sim.setModel(7); }
 
     void form()
@@ -301,6 +402,245 @@ private Q_SLOTS:
         const QString shown = pane(tester, "ethernetTextEdit")->toPlainText();
         QVERIFY(shown.size() < echoed);
         QVERIFY(isContiguousRun(shown));
+    }
+
+    void nonReadingClientIsHeldBack()
+    {
+        sim.setModel(5);
+        TesterInterface tester(QStringList {});
+        // On screen, as on the bench.
+        tester.setFixedSize(800, 480);
+        tester.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&tester));
+        auto *server = tester.findChild<QTcpServer *>();
+        QVERIFY(server);
+        const int greedy = rawClient();
+        QVERIFY(greedy >= 0);
+        QTRY_COMPARE(server->findChildren<QTcpSocket *>().size(), 1);
+        QTcpSocket *served = server->findChildren<QTcpSocket *>().first();
+
+        // Sends as fast as the tester lets it, and never reads.
+        std::atomic<bool> stop { false };
+        std::atomic<long long> sent { 0 };
+        std::thread sender([&] {
+            const QByteArray chunk = printableRun(64 * 1024);
+            fcntl(greedy, F_SETFL, fcntl(greedy, F_GETFL) | O_NONBLOCK);
+            while (!stop.load()) {
+                const ssize_t n = ::send(greedy, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
+                if (n > 0) {
+                    sent += n;
+                    continue;
+                }
+                pollfd p { greedy, POLLOUT, 0 };
+                poll(&p, 1, 20);
+            }
+        });
+        qint64 mostPending = 0;
+        QElapsedTimer clock;
+        clock.start();
+        while (clock.elapsed() < 4000) {
+            QTest::qWait(50);
+            mostPending = qMax(mostPending, served->bytesToWrite() + served->bytesAvailable());
+        }
+        // A second client is served at once all the same.
+        QVERIFY(echoesWithin(1000));
+        stop = true;
+        sender.join();
+        ::close(greedy);
+        // The echo waiting for the greedy client stays near its bound (1 MiB plus what one
+        // read brings in), however much the client pushed.
+        QVERIFY2(mostPending <= 1024 * 1024 + 2 * 64 * 1024,
+            qPrintable(QStringLiteral("pending %1 bytes after %2 sent").arg(mostPending).arg(sent.load())));
+        QVERIFY2(sent.load() < 64LL * 1024 * 1024, qPrintable(QString::number(sent.load())));
+    }
+
+    void takenPortIsReportedAndRetried()
+    {
+        sim.setModel(5);
+        auto holder = std::make_unique<QTcpServer>();
+        QVERIFY(holder->listen(QHostAddress::Any, TesterInterface::TcpPort));
+        StdoutCapture out;
+        TesterInterface tester(QStringList {});
+        QTRY_VERIFY(out.text().contains(QStringLiteral("cannot listen on TCP port 36888")));
+        QVERIFY(out.text().contains(QStringLiteral("trying again every 2 s")));
+        QTest::qWait(2500);
+        // Reported once while the reason stays the same.
+        QCOMPARE(out.text().count(QStringLiteral("cannot listen")), 1);
+        holder.reset();
+        QTRY_VERIFY_WITH_TIMEOUT(out.text().contains(QStringLiteral("listening on TCP port 36888 now")), 5000);
+        QVERIFY(echoesWithin(1000));
+    }
+
+    void halfClosedClientsGetTheirWholeEcho()
+    {
+        sim.setModel(5);
+        TesterInterface tester(QStringList {});
+        tester.setFixedSize(800, 480);
+        tester.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&tester));
+        std::atomic<int> done { 0 };
+        std::atomic<int> whole { 0 };
+        QStringList failures;
+        std::mutex failureMutex;
+        std::thread clients([&] {
+            for (int i = 0; i < 1000; ++i, ++done) {
+                const int size = 1024 + (i * 7919) % (63 * 1024 + 1);
+                const QByteArray block = printableRun(size, 33 + i % 90);
+                const int fd = rawClient();
+                if (fd < 0)
+                    continue;
+                QByteArray back;
+                bool sentAll = ::send(fd, block.constData(), size_t(size), MSG_NOSIGNAL) == size;
+                ::shutdown(fd, SHUT_WR);
+                char chunk[65536];
+                for (;;) {
+                    pollfd p { fd, POLLIN, 0 };
+                    if (poll(&p, 1, 2000) <= 0)
+                        break;
+                    const ssize_t n = ::recv(fd, chunk, sizeof chunk, 0);
+                    if (n <= 0)
+                        break;
+                    back.append(chunk, int(n));
+                }
+                ::close(fd);
+                if (sentAll && back == block) {
+                    ++whole;
+                } else {
+                    std::lock_guard<std::mutex> lock(failureMutex);
+                    failures << QStringLiteral("client %1: %2 of %3 bytes").arg(i).arg(back.size()).arg(size);
+                }
+            }
+        });
+        QTRY_VERIFY_WITH_TIMEOUT(done.load() == 1000, 240000);
+        clients.join();
+        QVERIFY2(whole.load() == 1000, qPrintable(failures.mid(0, 5).join(QLatin1String("; "))));
+    }
+
+    void acceptedClientsHaveKeepAlive()
+    {
+        sim.setModel(5);
+        TesterInterface tester(QStringList {});
+        QTcpSocket client;
+        client.connectToHost(QHostAddress::LocalHost, TesterInterface::TcpPort);
+        QVERIFY(client.waitForConnected(5000));
+        auto *server = tester.findChild<QTcpServer *>();
+        QTRY_COMPARE(server->findChildren<QTcpSocket *>().size(), 1);
+        const int fd = int(server->findChildren<QTcpSocket *>().first()->socketDescriptor());
+        auto option = [fd](int level, int name) {
+            int value = -1;
+            socklen_t length = sizeof value;
+            getsockopt(fd, level, name, &value, &length);
+            return value;
+        };
+        QCOMPARE(option(SOL_SOCKET, SO_KEEPALIVE), 1);
+        // BENCHTEST_TCP_KEEPALIVE="3 1 2" (initTestCase).
+        QCOMPARE(option(IPPROTO_TCP, TCP_KEEPIDLE), 3);
+        QCOMPARE(option(IPPROTO_TCP, TCP_KEEPINTVL), 1);
+        QCOMPARE(option(IPPROTO_TCP, TCP_KEEPCNT), 2);
+    }
+
+    void acceptingResumesAfterRunningOutOfDescriptors()
+    {
+        sim.setModel(5);
+        TesterInterface tester(QStringList {});
+        auto *server = tester.findChild<QTcpServer *>();
+        // The sockets of the clients exist before the limit is lowered; connecting them takes
+        // no descriptor of this process, accepting them does.
+        std::vector<int> clients;
+        for (int i = 0; i < 40; ++i) {
+            clients.push_back(rawClient(false));
+            QVERIFY(clients.back() >= 0);
+        }
+        rlimit saved {};
+        getrlimit(RLIMIT_NOFILE, &saved);
+        rlimit low = saved;
+        low.rlim_cur = rlim_t(clients.back() + 1 + 8);
+        QVERIFY(setrlimit(RLIMIT_NOFILE, &low) == 0);
+        sockaddr_in address {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(TesterInterface::TcpPort);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        for (int fd : clients)
+            QVERIFY(::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0);
+        QTest::qWait(500);
+        const int accepted = int(server->findChildren<QTcpSocket *>().size());
+        QVERIFY2(accepted < 40, qPrintable(QString::number(accepted)));
+        // The connected clients are still served.
+        const QByteArray block = printableRun(64);
+        auto echoes = [&](int fd) {
+            if (::send(fd, block.constData(), 64, MSG_NOSIGNAL) != 64)
+                return false;
+            QByteArray back;
+            QElapsedTimer clock;
+            clock.start();
+            while (back.size() < 64 && clock.elapsed() < 5000) {
+                QTest::qWait(5);
+                char chunk[64];
+                const ssize_t n = ::recv(fd, chunk, sizeof chunk, MSG_DONTWAIT);
+                if (n > 0)
+                    back.append(chunk, int(n));
+            }
+            return back == block;
+        };
+        QVERIFY(echoes(clients.front()));
+        // Clients leave; the waiting ones are accepted and echoed.
+        for (int i = 0; i < 20; ++i)
+            ::close(clients[size_t(i)]);
+        const bool lastEchoed = echoes(clients.back());
+        setrlimit(RLIMIT_NOFILE, &saved);
+        for (size_t i = 20; i < clients.size(); ++i)
+            ::close(clients[i]);
+        QVERIFY(lastEchoed);
+    }
+
+    void ethernetPaneShowsSteadyTraffic_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<int>("percentShown");
+        // The small pane holds about one and a half blocks: it shows one, the next overflows
+        // it and it empties itself until the block after. The large one holds several.
+        QTest::newRow("480x272") << QSize(480, 272) << 40;
+        QTest::newRow("800x480") << QSize(800, 480) << 75;
+    }
+
+    void ethernetPaneShowsSteadyTraffic()
+    {
+        QFETCH(QSize, size);
+        QFETCH(int, percentShown);
+        sim.setModel(5);
+        TesterInterface tester(QStringList {});
+        tester.setFixedSize(size);
+        tester.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&tester));
+        QTextEdit *ethernet = pane(tester, "ethernetTextEdit");
+        QSignalSpy ranges(ethernet->verticalScrollBar(), &QScrollBar::rangeChanged);
+        QTcpSocket client;
+        client.connectToHost(QHostAddress::LocalHost, TesterInterface::TcpPort);
+        QVERIFY(client.waitForConnected(5000));
+        // A unit under test's Ethernet stage: one block every 10 ms.
+        int after = 32;
+        QTimer sender;
+        connect(&sender, &QTimer::timeout, &client, [&] {
+            const QByteArray block = printableRun(64, after);
+            after = uchar(block.back());
+            client.write(block);
+            client.readAll();
+        });
+        sender.start(10);
+        int samples = 0, shown = 0;
+        QElapsedTimer clock;
+        clock.start();
+        while (clock.elapsed() < 3000) {
+            QTest::qWait(7);
+            ++samples;
+            if (!ethernet->toPlainText().isEmpty())
+                ++shown;
+        }
+        sender.stop();
+        QVERIFY2(ranges.count() > 0, "the pane never overflowed");
+        QVERIFY2(shown * 100 >= samples * percentShown,
+            qPrintable(QStringLiteral("text in %1 of %2 samples").arg(shown).arg(samples)));
+        QVERIFY(isContiguousRun(ethernet->toPlainText()));
     }
 };
 

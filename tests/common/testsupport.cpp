@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QLoggingCategory>
+#include <QSaveFile>
 #include <QtTest>
 
 #include <cstdio>
@@ -21,12 +22,14 @@ void writeSim(const QString &name, const QString &text)
     writeSimFile(name, text.toUtf8() + '\n');
 }
 
+// By temporary file and rename, as every writer of state files does: a reader sees the old
+// content or the new one, never an empty file in between.
 bool writeSimFile(const QString &name, const QByteArray &contents)
 {
-    QFile file(simPath(name));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    QSaveFile file(simPath(name));
+    if (!file.open(QIODevice::WriteOnly))
         return false;
-    return file.write(contents) == contents.size();
+    return file.write(contents) == contents.size() && file.commit();
 }
 
 QByteArray readSimFile(const QString &name)
@@ -194,19 +197,7 @@ void installQuietPlatform()
 
 bool replaceSim(const QString &name, const QString &text)
 {
-    const QString path = simPath(name);
-    const QString temporary = path + QStringLiteral(".new");
-    QFile file(temporary);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    const QByteArray bytes = text.toUtf8() + '\n';
-    const bool written = file.write(bytes) == bytes.size();
-    file.close();
-    if (!written)
-        return false;
-    return std::rename(
-               QFile::encodeName(temporary).constData(), QFile::encodeName(path).constData())
-        == 0;
+    return writeSimFile(name, text.toUtf8() + '\n');
 }
 
 } // namespace TestSupport

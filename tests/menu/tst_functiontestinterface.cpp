@@ -21,6 +21,7 @@ private Q_SLOTS:
     void gridLargePanel();
     void pagedLargeModelOnSmallScreen();
     void noExitShown();
+    void pageButtonsFitTheSmallScreen();
 
 private:
     static QList<QPushButton *> shownButtons(FunctionTestInterface &menu);
@@ -265,6 +266,26 @@ void TestFunctionTestInterface::noExitShown()
             stack->setCurrentIndex(page);
         for (QPushButton *button : menu.findChildren<QPushButton *>())
             QVERIFY(button->objectName() != QLatin1String("exit") || !button->isVisible());
+    }
+}
+
+void TestFunctionTestInterface::pageButtonsFitTheSmallScreen()
+{
+    QCOMPARE(screenGeometry().size(), QSize(480, 272));
+    FunctionTestInterface menu;
+    menu.resize(480, 272);
+    menu.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&menu));
+    for (const char *name : { "prev", "next" }) {
+        auto *button = menu.findChild<QPushButton *>(QLatin1String(name));
+        QVERIFY(button);
+        const QRect onMenu(button->mapTo(&menu, QPoint(0, 0)), button->size());
+        // The whole button on the screen, and room on both sides of its word.
+        QVERIFY2(menu.rect().contains(onMenu), name);
+        QVERIFY2(onMenu.bottom() <= 272 - 4, name);
+        QVERIFY2(button->width() >= button->fontMetrics().horizontalAdvance(button->text()) + 30,
+            name);
+        QVERIFY(button->height() >= 30);
     }
 }
 

@@ -6,6 +6,13 @@
 
 #include <QtTest>
 
+#include <atomic>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 using TestSupport::complaint;
 
 class tst_Fram : public QObject {
@@ -53,6 +60,14 @@ private slots:
     void loadSaveKeepsImage();
     void loadSaveKeepsShortImage();
     void loadCreatesMissingImage();
+
+    void dipEmptyGivesTheLastGoodValue();
+    void dipThatIsNotARegularFile_data();
+    void dipThatIsNotARegularFile();
+    void dipTooLong();
+    void dipRewrittenInALoop();
+    void failedLoadLeavesTheChip();
+    void failedSaveIsReported();
 
 private:
     TestSupport::StateDir state;
@@ -185,8 +200,8 @@ void tst_Fram::dipMalformed_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("problem");
     QTest::newRow("word") << QByteArray("abc\n") << R"("abc" is not a number, using 0)";
-    QTest::newRow("empty") << QByteArray("") << R"("" is not a number, using 0)";
-    QTest::newRow("blank") << QByteArray(" \n") << R"("" is not a number, using 0)";
+    QTest::newRow("empty") << QByteArray("") << "is empty, using 0 (the default)";
+    QTest::newRow("blank") << QByteArray(" \n") << "is empty, using 0 (the default)";
     QTest::newRow("bare 0x") << QByteArray("0x\n") << R"("0x" is not a number, using 0)";
     QTest::newRow("bad hex digit") << QByteArray("0x1G\n") << R"("0x1G" is not a number, using 0)";
     QTest::newRow("trailing junk")
@@ -199,8 +214,10 @@ void tst_Fram::dipMalformed_data()
     QTest::newRow("negative") << QByteArray("-1\n") << "-1 is out of range, using 0";
     QTest::newRow("too large") << QByteArray("0x100000000\n")
                                << "4294967296 is out of range, using 0";
-    QTest::newRow("long garbage") << QByteArray(5000,
+    QTest::newRow("long garbage") << QByteArray(4000,
         'z') << QString(R"("%1..." is not a number, using 0)").arg(QString(40, QLatin1Char('z')));
+    QTest::newRow("too long") << QByteArray(5000, 'z')
+                              << QString("is longer than 4096 bytes, using 0 (the default)");
 }
 
 void tst_Fram::dipMalformed()
@@ -266,7 +283,7 @@ void tst_Fram::modelMalformed_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("problem");
     QTest::newRow("word") << QByteArray("seven\n") << R"("seven" is not a number, using 7)";
-    QTest::newRow("empty") << QByteArray() << R"("" is not a number, using 7)";
+    QTest::newRow("empty") << QByteArray() << "is empty, using 7 (the default)";
     QTest::newRow("fraction") << QByteArray("7.5\n") << R"("7.5" is not a number, using 7)";
     QTest::newRow("negative") << QByteArray("-4\n") << "-4 is out of range, using 7";
     QTest::newRow("too large") << QByteArray("256\n") << "256 is out of range, using 7";
@@ -442,6 +459,116 @@ void tst_Fram::loadCreatesMissingImage()
     QCOMPARE(image.size(), 32 * 1024);
     QCOMPARE(uchar(image[0]) | (uchar(image[1]) << 8), 200);
     QCOMPARE(image.count('\0'), image.size() - 1);
+}
+
+void tst_Fram::dipEmptyGivesTheLastGoodValue()
+{
+    state.write("dip", "273\n");
+    QCOMPARE(Fram::getInstance()->getDSWVal(), 273u);
+    state.write("dip", "");
+    TestSupport::StderrCapture err;
+    QCOMPARE(Fram::getInstance()->getDSWVal(), 273u);
+    QCOMPARE(err.text(), complaint(state.path("dip"), "is empty, using 273 (the last value read)"));
+}
+
+void tst_Fram::dipThatIsNotARegularFile_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::newRow("fifo") << "fifo";
+    QTest::newRow("/dev/zero") << "zero";
+    QTest::newRow("directory") << "directory";
+}
+
+void tst_Fram::dipThatIsNotARegularFile()
+{
+    QFETCH(QString, kind);
+    const QByteArray dip = QFile::encodeName(state.path("dip"));
+    if (kind == QLatin1String("fifo"))
+        QVERIFY(mkfifo(dip.constData(), 0644) == 0);
+    else if (kind == QLatin1String("zero"))
+        QVERIFY(symlink("/dev/zero", dip.constData()) == 0);
+    else
+        QVERIFY(QDir().mkpath(state.path("dip")));
+    TestSupport::StderrCapture err;
+    // Neither blocks (a FIFO without a writer) nor reads without end (/dev/zero).
+    QCOMPARE(Fram::getInstance()->getDSWVal(), 0u);
+    QCOMPARE(err.text(),
+        complaint(state.path("dip"), "is not a regular file, using 0 (the default)"));
+}
+
+void tst_Fram::dipTooLong()
+{
+    state.write("dip", QByteArray(5000, ' ') + "1\n");
+    TestSupport::StderrCapture err;
+    QCOMPARE(Fram::getInstance()->getDSWVal(), 0u);
+    QCOMPARE(err.text(),
+        complaint(state.path("dip"), "is longer than 4096 bytes, using 0 (the default)"));
+}
+
+void tst_Fram::dipRewrittenInALoop()
+{
+    // The worst writer: truncate, then write, again and again. A reader that meets the empty
+    // file between the two must never take it for 0 (the bench walk on a slave tester).
+    state.write("dip", "273\n");
+    const QByteArray dip = QFile::encodeName(state.path("dip"));
+    std::atomic<bool> stop { false };
+    std::thread writer([&] {
+        while (!stop.load()) {
+            const int fd = ::open(dip.constData(), O_WRONLY | O_TRUNC);
+            if (fd >= 0) {
+                (void)!::write(fd, "273\n", 4);
+                ::close(fd);
+            }
+        }
+    });
+    int wrong = 0;
+    unsigned int seen = 273;
+    for (int i = 0; i < 3000; ++i) {
+        const unsigned int value = Fram::getInstance()->getDSWVal();
+        if (value != 273u) {
+            ++wrong;
+            seen = value;
+        }
+    }
+    stop = true;
+    writer.join();
+    QVERIFY2(wrong == 0, qPrintable(QStringLiteral("%1 reads gave %2").arg(wrong).arg(seen)));
+}
+
+void tst_Fram::failedLoadLeavesTheChip()
+{
+    QByteArray image(32768, '\0');
+    for (int i = 0; i < image.size(); ++i)
+        image[i] = char(i * 7 + 3);
+    state.write("fram.bin", image);
+    state.write("fram-fault", "read\n");
+    TestSupport::StderrCapture err;
+    Fram::getInstance()->load_param();
+    Fram::getInstance()->save_param();
+    QCOMPARE(state.read("fram.bin"), image);
+    QCOMPARE(state.events(),
+        QStringList({ "param-load", "param-load-failed", "param-save", "param-save-skipped" }));
+    QVERIFY(err.text().contains(complaint(state.path("fram.bin"),
+        "the parameters cannot be read; the chip is left as it is")));
+    // Once the chip reads again, the parameters go back unchanged.
+    state.remove("fram-fault");
+    state.clearEvents();
+    Fram::getInstance()->load_param();
+    Fram::getInstance()->save_param();
+    QCOMPARE(state.events(), QStringList({ "param-load", "param-save" }));
+    QCOMPARE(state.read("fram.bin"), image);
+}
+
+void tst_Fram::failedSaveIsReported()
+{
+    Fram::getInstance()->load_param();
+    state.write("fram-fault", "write\n");
+    state.clearEvents();
+    TestSupport::StderrCapture err;
+    Fram::getInstance()->save_param();
+    QCOMPARE(state.events(), QStringList({ "param-save", "param-save-failed" }));
+    QVERIFY(err.text().contains(complaint(state.path("fram.bin"),
+        "cannot be written (fram-fault says so)")));
 }
 
 QTEST_GUILESS_MAIN(tst_Fram)

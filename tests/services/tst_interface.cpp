@@ -175,6 +175,19 @@ ReadLoop readFor(Interface *port, int durationMs)
     return loop;
 }
 
+// Records the line mode every open asks the driver for, then asks it as the port would.
+class RecordingInterface : public Interface {
+public:
+    QList<quint32> requested;
+
+protected:
+    int requestLineMode(int fd, quint32 rs485Flags) override
+    {
+        requested.append(rs485Flags);
+        return Interface::requestLineMode(fd, rs485Flags);
+    }
+};
+
 } // namespace
 
 class tst_Interface : public QObject {
@@ -204,6 +217,8 @@ private slots:
     void closeAndReopen();
     void idleReadUsesLittleCpu();
     void hungUpLineDoesNotSpin();
+    void rs232SwitchesRs485ModeOff();
+    void readOnAClosedPortWaitsLikeAQuietLine();
 
 private:
     static Interface *openPort(
@@ -585,6 +600,43 @@ void tst_Interface::hungUpLineDoesNotSpin()
     timer.start();
     QVERIFY(port->write("x", 1) <= 0);
     QVERIFY(timer.elapsed() < 1000);
+}
+
+void tst_Interface::rs232SwitchesRs485ModeOff()
+{
+    Pty line;
+    // The kernel keeps the RS485 setting of a line across a close: each open says what it
+    // wants, RS232 included.
+    const quint32 rs485 = 0x1 | 0x2; // SER_RS485_ENABLED | SER_RS485_RTS_ON_SEND
+    const quint32 rs422 = rs485 | 0x10; // | SER_RS485_RX_DURING_TX
+    const struct {
+        int type;
+        quint32 flags;
+    } opens[] = { { 64, rs485 }, { 16, 0 }, { 32, rs422 }, { 16, 0 } };
+    for (const auto &open : opens) {
+        RecordingInterface port;
+        port.setting(new DeviceSetting(device_type(open.type), line.name(), 115200, 8, 0, 0),
+            new DriverSetting(100, 1, 0, 0));
+        QVERIFY(port.open());
+        QCOMPARE(port.requested, QList<quint32>({ open.flags }));
+        port.close();
+    }
+}
+
+void tst_Interface::readOnAClosedPortWaitsLikeAQuietLine()
+{
+    // Loops that poll read() until their own time-out must not spin on a port that will not
+    // open (the burn-in test on a missing line).
+    Interface port;
+    port.setting(new DeviceSetting(RS232, QStringLiteral("/nonexistent/ttyX"), 115200, 8, 0, 0),
+        new DriverSetting(100, 1, 0, 0));
+    QVERIFY(!port.open());
+    char buffer[64];
+    QElapsedTimer clock;
+    clock.start();
+    QCOMPARE(port.read(buffer, sizeof buffer), -1);
+    QVERIFY2(clock.elapsed() >= 95, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(port.errorString(), QStringLiteral("port not open"));
 }
 
 QTEST_GUILESS_MAIN(tst_Interface)

@@ -108,7 +108,7 @@ void tst_KLcd::badFile_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("problem");
     QTest::newRow("word") << QByteArray("bright\n") << R"("bright" is not a number, using 20)";
-    QTest::newRow("empty") << QByteArray() << R"("" is not a number, using 20)";
+    QTest::newRow("empty") << QByteArray() << "is empty, using 20 (the default)";
     QTest::newRow("above") << QByteArray("21\n") << "21 is outside 0..20, using 20";
     QTest::newRow("below") << QByteArray("-1\n") << "-1 is outside 0..20, using 20";
 }

@@ -37,6 +37,11 @@ public:
     virtual QString errorString() const;
     virtual bool isOpen() const;
 
+protected:
+    // Asks the line driver for its RS485 mode (the kernel's serial_rs485 flags; 0 is plain
+    // RS232) on the port being opened. A seam: tests record what each open asks for.
+    virtual int requestLineMode(int fd, quint32 rs485Flags);
+
 private:
     void setError(const QString &what);
 
