@@ -14,6 +14,10 @@
 #       both at once, for the usual one executable run once.
 #
 # UNIT options are passed to sim/virtual-unit before the "--", e.g. UNIT --dip 1 --screen 480x272.
+# The source and build trees are bound read-only: a test cannot change what the host later
+# builds or runs. Each test gets a fresh writable directory of its own, named by
+# BENCHTEST_SCRATCH_DIR inside the unit (and its working directory); it is kept when the test
+# fails and removed when it passes.
 set(BENCHTEST_VIRTUAL_UNIT ${PROJECT_SOURCE_DIR}/sim/virtual-unit)
 
 function(benchtest_add_test_executable name)
@@ -29,7 +33,7 @@ function(benchtest_add_test)
     endif()
     add_test(NAME ${T_NAME}
         COMMAND ${BENCHTEST_VIRTUAL_UNIT}
-            --bind ${PROJECT_SOURCE_DIR} --bind ${PROJECT_BINARY_DIR}
+            --ro-bind ${PROJECT_SOURCE_DIR} --ro-bind ${PROJECT_BINARY_DIR} --scratch
             ${T_UNIT}
             -- $<TARGET_FILE:${T_TARGET}> ${T_ARGS})
     set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")

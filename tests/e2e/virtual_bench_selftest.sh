@@ -35,13 +35,13 @@ pids_gone() { # FILE...: every PID recorded in the files has ended
 dir=$scratch/started
 out=$("$vb" start --dir "$dir" --bind "$src" --tester "sleep 300" --tester-ready none 2>&1)
 check "start prints the bench directory" [ "$out" = "$(readlink -f "$dir")" ]
-id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
+id=$(cat "$dir/bench-id" 2>/dev/null)
 check "start makes both namespaces" [ "$(bench_namespaces "$id" | wc -l)" = 2 ]
 check "the dut namespace has an eth0 and no address on it" \
     bash -c "ip -n vb$id-dut -o link show eth0 >/dev/null && [ -z \"\$(ip -n vb$id-dut -4 -o addr show eth0)\" ]"
-cp -r "$dir/pids" "$scratch/pids-started"
-check "three relays and a tester are running" [ "$(ls "$dir/pids" | sort | tr '\n' ' ')" = "relay-com1 relay-com2 relay-com3 tester " ]
-for f in "$dir"/pids/*; do
+cp -r "/run/virtual-bench/$id.d/pids" "$scratch/pids-started"
+check "three relays and a tester are running" [ "$(ls "/run/virtual-bench/$id.d/pids" | sort | tr '\n' ' ')" = "relay-com1 relay-com2 relay-com3 tester " ]
+for f in "/run/virtual-bench/$id.d"/pids/*; do
     read -r pid _ <"$f"
     check "$(basename "$f") (pid $pid) is alive" kill -0 "$pid"
 done
@@ -49,8 +49,26 @@ status=$("$vb" status "$dir")
 check "status lists the cables" grep -q "com2: plug" <<<"$status"
 "$vb" cable "$dir" com2 unplug
 check "cable unplug is applied" grep -q "com2: unplug" <<<"$("$vb" status "$dir")"
+# What a unit can write is never trusted: a planted pids file naming a sleeper of this test
+# (never a real system process), a bench.env that would run a command if sourced, a cable end
+# swapped for a link to a scratch file.
+sleep 300 &
+sleeper=$!
+mkdir -p "$dir/pids" && echo "$sleeper $(awk '{print $22}' /proc/$sleeper/stat)" >"$dir/pids/tester-planted"
+echo "touch '$scratch/sourced'" >"$dir/bench.env"
+echo "$scratch/not-a-pty" >"$dir/cables/com1/dut"
+: >"$scratch/cable-target"
+relay=$(cat "/run/virtual-bench/$id.d/cables/com1/pid")
+ln -sf "$scratch/cable-target" "$dir/cables/com1/applied.$relay.tmp"
+"$vb" exec "$dir" dut -- /bin/true
+check "exec takes the cable ends from the bench's own records" [ $? = 0 ]
+"$vb" cable "$dir" com1 unplug
+check "the relay replaces a planted link instead of writing through it" [ ! -s "$scratch/cable-target" ]
 "$vb" stop "$dir"
 check "stop ends every process it started" pids_gone "$scratch"/pids-started/*
+check "stop leaves a planted PID alone" kill -0 "$sleeper"
+kill "$sleeper"
+check "a planted bench.env is never sourced" [ ! -e "$scratch/sourced" ]
 check "stop deletes the namespaces" no_namespaces_of "$id"
 check "stop removes the bench directory" [ ! -e "$dir" ]
 
@@ -59,9 +77,9 @@ dir=$scratch/failing
 "$vb" run --dir "$dir" -- /bin/sh -c 'exit 7' 2>"$scratch/failing.err"
 rc=$?
 check "run returns the command's status" [ "$rc" = 7 ]
-id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
+id=$(cat "$dir/bench-id" 2>/dev/null)
 check "a failing command leaves no namespace" no_namespaces_of "$id"
-check "a failing command leaves no process" [ -z "$(ls "$dir/pids")" ]
+check "a failing command leaves no record" [ ! -e "/run/virtual-bench/$id.d" ]
 check "the bench directory is kept and named" grep -q "bench directory kept: $(readlink -f "$dir")" "$scratch/failing.err"
 
 # 3. interrupted while the command runs
@@ -71,8 +89,8 @@ dir=$scratch/interrupted
 runner=$!
 for ((i = 0; i < 200; i++)); do [ -e "$dir/running" ] && break; sleep 0.05; done
 check "the command runs in the unit under test" [ -e "$dir/running" ]
-cp -r "$dir/pids" "$scratch/pids-interrupted"
-id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
+cp -r "/run/virtual-bench/$(cat "$dir/bench-id").d/pids" "$scratch/pids-interrupted"
+id=$(cat "$dir/bench-id" 2>/dev/null)
 kill -TERM "$runner"
 wait "$runner"
 rc=$?
@@ -86,8 +104,8 @@ dir=$scratch/killed
     /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/running"; sleep 300' 2>/dev/null &
 runner=$!
 for ((i = 0; i < 200; i++)); do [ -e "$dir/running" ] && break; sleep 0.05; done
-cp -r "$dir/pids" "$scratch/pids-killed"
-id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
+cp -r "/run/virtual-bench/$(cat "$dir/bench-id").d/pids" "$scratch/pids-killed"
+id=$(cat "$dir/bench-id" 2>/dev/null)
 kill -KILL "$runner"
 wait "$runner" 2>/dev/null
 for ((i = 0; i < 100; i++)); do pids_gone "$scratch"/pids-killed/* && break; sleep 0.05; done
@@ -112,9 +130,9 @@ rc=$?
 check "a tester that dies fails the run with 2" [ "$rc" = 2 ]
 check "a tester that dies is reported" grep -q "tester unit ended before it was ready" "$scratch/deadtester.err"
 check "a tester that dies runs no command" [ ! -e "$dir/ran" ]
-id=$(sed -n 's/^BENCH_ID=//p' "$dir/bench.env")
+id=$(cat "$dir/bench-id" 2>/dev/null)
 check "a tester that dies leaves no namespace" no_namespaces_of "$id"
-check "a tester that dies leaves no process" [ -z "$(ls "$dir/pids")" ]
+check "a tester that dies leaves no record" [ ! -e "/run/virtual-bench/$id.d" ]
 
 # 7. bad options are refused before anything is made
 "$vb" run --cable com9=plug -- true 2>"$scratch/badopt.err" &

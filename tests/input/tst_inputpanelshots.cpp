@@ -37,6 +37,9 @@ void TestInputPanelShots::initTestCase()
     }
     originalModel = TestSupport::readSimFile(QStringLiteral("model"));
     outputDir = qEnvironmentVariable("BENCHTEST_SHOTS");
+    // The unit's own writable directory: the source and build trees are read-only in a unit.
+    if (outputDir.isEmpty())
+        outputDir = qEnvironmentVariable("BENCHTEST_SCRATCH_DIR");
     if (outputDir.isEmpty())
         outputDir = QDir::currentPath();
     QVERIFY(QDir().mkpath(outputDir));
