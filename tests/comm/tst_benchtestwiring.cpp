@@ -2,6 +2,7 @@
 // on COM1 and nothing on COM2 and COM3: pages per mode, the bench's transfer limit, results
 // into the error list, the Again/Next labels, Start, rerun, and the slave tester and burn-in
 // modes starting their screens.
+#include "../calibration/calibrationtestsupport.h"
 #include "benchtest.h"
 #include "burnintestinterface.h"
 #include "common/functionbutton.h"
@@ -38,6 +39,8 @@ FunctionButton *popup(const QString &textStart)
 
 class tst_BenchTestWiring : public QObject {
     Q_OBJECT
+    // The bench walk starts with the touch calibration, which waits for five touches.
+    CalibrationTest::AutoToucher toucher;
 
 private:
     SimDir sim;

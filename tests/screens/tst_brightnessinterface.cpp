@@ -337,12 +337,15 @@ void TestBrightnessInterface::releaseStopsTheRepeat()
     setLevel(5);
     const QPoint point = pointFor(QStringLiteral("decrease"), page->rect());
     QTest::mousePress(page, Qt::LeftButton, Qt::NoModifier, point);
-    QTRY_COMPARE(page->lcdBrightness(), 3);
+    // A loaded machine may see more than one step between two looks; any level below the
+    // start will do, as long as it stays where the release left it.
+    QTRY_VERIFY(page->lcdBrightness() <= 3);
     QTest::mouseRelease(page, Qt::LeftButton, Qt::NoModifier, point);
+    const int released = page->lcdBrightness();
     const QStringList before = hardwareEvents();
     QTest::qWait(250);
     QCOMPARE(hardwareEvents(), before);
-    QCOMPARE(page->lcdBrightness(), 3);
+    QCOMPARE(page->lcdBrightness(), released);
 }
 
 void TestBrightnessInterface::hidingStopsTheRepeat()

@@ -1,6 +1,7 @@
 // The key and LED screen and the clock screen inside the real BenchTest of a virtual unit: in
 // menu mode (DIP 1) each is started from its menu button and returns to the menu; in the bench
 // walk (DIP 0) the dispatcher shows and starts them and Continue moves the walk on.
+#include "../calibration/calibrationtestsupport.h"
 #include "benchtest.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
@@ -51,6 +52,9 @@ void clickMenuButton(BenchTest &bench, const QString &key)
 
 class TestDeviceScreensMenu : public QObject {
     Q_OBJECT
+    // The bench walk starts with the touch calibration, which waits for five touches.
+    CalibrationTest::AutoToucher toucher;
+
 private Q_SLOTS:
     void initTestCase();
     void keyAndLedReturnsToMenu();

@@ -1,6 +1,7 @@
 // The LCM, brightness and DIP switch screens inside the real BenchTest: their pages in both
 // bench modes, the bench walk through the brightness and DIP stages, and each screen started
 // from its button in the function menu and returning to the menu.
+#include "../calibration/calibrationtestsupport.h"
 #include "benchtest.h"
 #include "brightnessinterface.h"
 #include "common/functionbutton.h"
@@ -50,6 +51,9 @@ void press(QWidget *widget, const QPoint &point)
 
 class TestDeviceScreensWiring : public QObject {
     Q_OBJECT
+    // The bench walk starts with the touch calibration, which waits for five touches.
+    CalibrationTest::AutoToucher toucher;
+
 private Q_SLOTS:
     void init();
     void cleanup();

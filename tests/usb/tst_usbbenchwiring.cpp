@@ -2,6 +2,7 @@
 // its place in the stack, the gadget loaded once at start and again by "Again", results into
 // the error list, the bench walk's USB stage with its "Again " and "Next " buttons, and the
 // menu's two USB keys.
+#include "../calibration/calibrationtestsupport.h"
 #include "benchtest.h"
 #include "common/functionkeys.h"
 #include "errordevicelistinterface.h"
@@ -58,6 +59,8 @@ QString resultText(USBHostDeviceTest *page)
 
 class tst_USBBenchWiring : public QObject {
     Q_OBJECT
+    // The bench walk starts with the touch calibration, which waits for five touches.
+    CalibrationTest::AutoToucher toucher;
 
 private Q_SLOTS:
     void initTestCase()
