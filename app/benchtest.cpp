@@ -149,6 +149,19 @@ void BenchTest::initStackWidget()
     }
 }
 
+template <typename Screen> void BenchTest::addPage(Screen *&screen, int &index)
+{
+    screen = new Screen;
+    index = stackedWidget->addWidget(screen);
+}
+
+// A screen of the walk: leaving it moves the sequence on.
+template <typename Screen> void BenchTest::addStagePage(Screen *&screen, int &index)
+{
+    addPage(screen, index);
+    connect(screen, &Screen::exitSignal, this, &BenchTest::nextStage);
+}
+
 void BenchTest::initBenchTestPages()
 {
     startPageIndex = stackedWidget->addWidget(new QWidget);
@@ -177,36 +190,15 @@ void BenchTest::initBenchTestPages()
     usbTest->insertUSBDeviceModule();
     connect(usbTest, &USBHostDeviceTest::transferStop, this, &BenchTest::communicationStop);
     connect(usbTest, &USBHostDeviceTest::errorMessage, this, &BenchTest::errorMessageUpdate);
-    brightnessInterface = new BrightnessInterface;
-    brightnessPageIndex = stackedWidget->addWidget(brightnessInterface);
-    connect(brightnessInterface, &BrightnessInterface::exitSignal, this, &BenchTest::nextStage);
-
-    backlightInterface = new BacklightInterface;
-    backlightPageIndex = stackedWidget->addWidget(backlightInterface);
-    connect(backlightInterface, &BacklightInterface::exitSignal, this, &BenchTest::nextStage);
-
-    batteryPowerInterface = new BatteryPowerInterface;
-    batteryPageIndex = stackedWidget->addWidget(batteryPowerInterface);
-
-    lcmInterface = new LcmInterface;
-    lcmPageIndex = stackedWidget->addWidget(lcmInterface);
-    connect(lcmInterface, &LcmInterface::exitSignal, this, &BenchTest::nextStage);
-
-    keyAndLedInterface = new KeyAndLedInterface;
-    keyAndLedPageIndex = stackedWidget->addWidget(keyAndLedInterface);
-    connect(keyAndLedInterface, &KeyAndLedInterface::exitSignal, this, &BenchTest::nextStage);
-
-    rtcInterface = new RtcInterface;
-    rtcPageIndex = stackedWidget->addWidget(rtcInterface);
-    connect(rtcInterface, &RtcInterface::exitSignal, this, &BenchTest::nextStage);
-
-    calibrationInterface = new caliInterface;
-    calibrationPageIndex = stackedWidget->addWidget(calibrationInterface);
-    connect(calibrationInterface, &caliInterface::exitSignal, this, &BenchTest::nextStage);
-
-    dipSwitchInterface = new DipSwitchInterface;
-    dipSwitchPageIndex = stackedWidget->addWidget(dipSwitchInterface);
-    connect(dipSwitchInterface, &DipSwitchInterface::exitSignal, this, &BenchTest::nextStage);
+    addStagePage(brightnessInterface, brightnessPageIndex);
+    addStagePage(backlightInterface, backlightPageIndex);
+    // The battery screen has no way back on its own.
+    addPage(batteryPowerInterface, batteryPageIndex);
+    addStagePage(lcmInterface, lcmPageIndex);
+    addStagePage(keyAndLedInterface, keyAndLedPageIndex);
+    addStagePage(rtcInterface, rtcPageIndex);
+    addStagePage(calibrationInterface, calibrationPageIndex);
+    addStagePage(dipSwitchInterface, dipSwitchPageIndex);
 
     errorDeviceList = new ErrorDeviceListInterface;
     errorListPageIndex = stackedWidget->addWidget(errorDeviceList);

@@ -72,6 +72,8 @@ private:
 
     void initStackWidget();
     void initBenchTestPages();
+    template <typename Screen> void addPage(Screen *&screen, int &index);
+    template <typename Screen> void addStagePage(Screen *&screen, int &index);
     void initBenchTestSequence();
     void initPopupButtons();
     void hidePopupButtons();
