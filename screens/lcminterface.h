@@ -12,7 +12,8 @@ class FunctionButton;
 class LcmInterface : public QWidget {
     Q_OBJECT
 public:
-    enum ColorDirection { Horizontal = 0, Vertical = 1 };
+    // Any other number is kept as given and draws as the horizontal bands.
+    enum ColorDirection : int { Horizontal = 0, Vertical = 1 };
 
     explicit LcmInterface(QWidget *parent = nullptr);
 
