@@ -5,6 +5,7 @@
 #include "common/panelmodel.h"
 #include "common/portnames.h"
 #include "common/qtcompat.h"
+#include "common/shell.h"
 #include "services/fram.h"
 
 #include "backlightinterface.h"
@@ -29,7 +30,6 @@
 #include <QStackedWidget>
 #include <QTimer>
 
-#include <cstdlib>
 #include <functional>
 
 namespace {
@@ -37,13 +37,6 @@ const QString BenchTestStartKey = QStringLiteral("Bench Test Start");
 const QString ErrorDeviceListKey = QStringLiteral("Error Device List");
 const QString CalibrationBackup = QStringLiteral("/brimdale/configs/tspointercal.lastgood");
 
-void runShell(const char *command)
-{
-    // Results are not checked: a unit whose network or files cannot be set up shows it in
-    // the tests that follow.
-    const int status = std::system(command);
-    Q_UNUSED(status);
-}
 } // namespace
 
 // What callFunction() does for one function key: show the key's page (none when page is

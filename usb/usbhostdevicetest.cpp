@@ -1,6 +1,7 @@
 #include "usbhostdevicetest.h"
 #include "ui_usbhostdevicetest.h"
 
+#include "common/shell.h"
 #include "services/fm25v02.h"
 
 #include <QDebug>
@@ -11,7 +12,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
@@ -26,13 +26,6 @@ const char RamImage[] = "/tmp/ram.img";
 const char HostDisk[] = "/dev/sda";
 // After this many looks at the RAM image a wrong payload fails the test.
 constexpr int LastRetriedAttempt = 0x1e;
-
-void runShell(const char *command)
-{
-    // Results are not checked: a failed command shows in the test's own verdict.
-    const int status = std::system(command);
-    Q_UNUSED(status);
-}
 
 void paintBlack(QWidget *widget, QPalette::ColorRole role)
 {

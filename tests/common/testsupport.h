@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QEvent>
 #include <QFile>
 #include <QString>
 #include <QStringList>
@@ -120,5 +121,20 @@ QByteArray complaint(const QString &path, const QString &problem);
 // The offscreen platform cannot pass a window's size limits on and says so for every
 // top-level panel with a layout; this drops that one line and passes on the rest.
 void installQuietPlatform();
+
+// Counts the paint events a widget gets while it lives.
+class PaintCounter : public QObject {
+public:
+    explicit PaintCounter(QObject *widget) { widget->installEventFilter(this); }
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            ++count;
+        return false;
+    }
+};
 
 } // namespace TestSupport

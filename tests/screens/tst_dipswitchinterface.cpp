@@ -27,20 +27,6 @@ int dipSounds()
     return events().count(QStringLiteral("sound 10"));
 }
 
-class PaintCounter : public QObject {
-public:
-    explicit PaintCounter(QWidget *widget) { widget->installEventFilter(this); }
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::Paint)
-            ++count;
-        return false;
-    }
-};
-
 // The page as it must look for a switch value and a hint.
 QImage expectedPage(const DipSwitchInterface &page, unsigned int value, const QString &hint)
 {

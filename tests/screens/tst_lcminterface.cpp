@@ -25,19 +25,6 @@ QImage renderPage(LcmInterface &screen)
     return image;
 }
 
-class PaintCounter : public QObject {
-public:
-    explicit PaintCounter(QWidget *widget) { widget->installEventFilter(this); }
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::Paint)
-            ++count;
-        return false;
-    }
-};
 } // namespace
 
 class TestLcmInterface : public QObject {
