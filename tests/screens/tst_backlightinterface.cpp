@@ -93,20 +93,22 @@ void TestBacklightInterface::continueWhileOffLeavesFullBrightness()
     BacklightInterface screen;
     QSignalSpy exits(&screen, &BacklightInterface::exitSignal);
     QVERIFY(exits.isValid());
-    screen.runTimer();
-    QTRY_COMPARE(brightnessEvents().value(0), QStringLiteral("brightness 0 1"));
-    clearEvents();
     screen.resize(800, 480);
     screen.show();
     QVERIFY(QTest::qWaitForWindowExposed(&screen));
+    screen.runTimer();
+    // The click comes right after the tick that turned the backlight off, whenever that is.
+    QTRY_COMPARE(brightnessEvents().value(0), QStringLiteral("brightness 0 1"));
+    const int before = events().size();
     QTest::mouseClick(screen.findChild<FunctionButton *>(), Qt::LeftButton);
     QCOMPARE(exits.count(), 1);
-    QCOMPARE(events().mid(0, 2),
+    QCOMPARE(events().mid(before, 2),
         (QStringList { QStringLiteral("sound 2"), QStringLiteral("brightness 20 1") }));
     QCOMPARE(QFile(simPath(QStringLiteral("brightness"))).exists(), true);
+    clearEvents();
     // The blink timer is gone: nothing changes the backlight any more.
     QTest::qWait(1200);
-    QCOMPARE(brightnessEvents(), QStringList { QStringLiteral("brightness 20 1") });
+    QVERIFY(brightnessEvents().isEmpty());
 }
 
 void TestBacklightInterface::foreignTimerIgnored()
