@@ -11,6 +11,11 @@
 
 #include <QTemporaryFile>
 
+#include <functional>
+
+#include <fcntl.h>
+#include <stdlib.h>
+
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -32,6 +37,7 @@ private slots:
     void restoreSteps();
     void noTouchDeviceEndsProgram();
     void badConfigurationEndsProgram();
+    void failedReadWhileDrainingEndsProgram();
 
 private:
     calibration exampleRecord() const;
@@ -202,7 +208,9 @@ extern "C" const char *__lsan_default_options()
     return "detect_leaks=0";
 }
 
-int openInChild(QByteArray *errors)
+// afterOpen runs in the child after open_ts(); closeInParent is a descriptor only the child keeps.
+int openInChild(
+    QByteArray *errors, const std::function<void()> &afterOpen = {}, int closeInParent = -1)
 {
     int pipeFds[2];
     if (pipe(pipeFds) != 0)
@@ -214,9 +222,13 @@ int openInChild(QByteArray *errors)
         dup2(pipeFds[1], 2);
         close(pipeFds[0]);
         open_ts();
+        if (afterOpen)
+            afterOpen();
         _exit(0);
     }
     close(pipeFds[1]);
+    if (closeInParent >= 0)
+        close(closeInParent);
     char buffer[512];
     ssize_t n;
     while ((n = read(pipeFds[0], buffer, sizeof buffer)) > 0)
@@ -247,6 +259,34 @@ void TestCalibration::badConfigurationEndsProgram()
     QByteArray errors;
     QCOMPARE(openInChild(&errors), 1);
     QVERIFY2(errors.contains("ts_config: "), errors.constData());
+}
+
+void TestCalibration::failedReadWhileDrainingEndsProgram()
+{
+    // A touch controller on a serial line whose other end is gone: the line reads as ready,
+    // and every read fails.
+    const int master = posix_openpt(O_RDWR | O_NOCTTY);
+    QVERIFY(master >= 0);
+    QVERIFY(grantpt(master) == 0 && unlockpt(master) == 0);
+    const QByteArray slave(ptsname(master));
+    QTemporaryFile conf;
+    QVERIFY(conf.open());
+    conf.write("module_raw touchkit\n");
+    conf.flush();
+    qputenv("TSLIB_TSDEVICE", slave);
+    qputenv("TSLIB_CONFFILE", conf.fileName().toLocal8Bit());
+    QByteArray errors;
+    const int status = openInChild(
+        &errors,
+        [master] {
+            close(master);
+            drainTouchInput();
+            fprintf(stderr, "drain returned\n");
+        },
+        master);
+    QVERIFY2(status == 1, errors.constData());
+    QVERIFY2(errors.startsWith("ts_read: "), errors.constData());
+    QVERIFY2(errors.endsWith("\n") && errors.count('\n') == 1, errors.constData());
 }
 
 QTEST_MAIN(TestCalibration)
