@@ -1,13 +1,14 @@
 #include "testerinterface.h"
 #include "ui_testerinterface.h"
 
+#include "acceptingserver.h"
+
 #include "common/panelmodel.h"
 #include "common/portnames.h"
 #include "commtext.h"
 #include "readingthread.h"
 #include "services/fram.h"
 
-#include <QHostAddress>
 #include <QScrollBar>
 #include <QStringList>
 #include <QTcpServer>
@@ -103,7 +104,7 @@ TesterInterface::~TesterInterface()
 {
     delete ui;
     // Its clients say goodbye while it is destroyed; closeSocketConnection() must not reach it.
-    QTcpServer *closing = server;
+    AcceptingServer *closing = server;
     server = nullptr;
     delete closing;
     delete timer;
@@ -137,9 +138,9 @@ void TesterInterface::init()
     ethernetPaneTimer->setSingleShot(true);
     ethernetPaneTimer->setInterval(EthernetPaneDelay);
     connect(ethernetPaneTimer, &QTimer::timeout, this, &TesterInterface::showNextEthernetBlock);
-    server = new QTcpServer(this);
+    server = new AcceptingServer(this);
     connect(server, &QTcpServer::newConnection, this, &TesterInterface::createTcpServerConnection);
-    connect(server, &QTcpServer::acceptError, this, &TesterInterface::acceptFailed);
+    connect(server, &AcceptingServer::outOfResources, this, &TesterInterface::acceptFailed);
     listenForClients();
 
     for (QTextEdit *pane :
@@ -149,7 +150,7 @@ void TesterInterface::init()
 
 void TesterInterface::listenForClients()
 {
-    if (server->listen(QHostAddress::Any, TcpPort)) {
+    if (server->listenOn(TcpPort)) {
         if (!listenError.isEmpty())
             say(QStringLiteral("Slave tester: listening on TCP port %1 now").arg(TcpPort));
         listenError.clear();
@@ -166,17 +167,17 @@ void TesterInterface::listenForClients()
     QTimer::singleShot(ListenRetry, this, &TesterInterface::listenForClients);
 }
 
-void TesterInterface::acceptFailed()
+void TesterInterface::acceptFailed(const QString &reason)
 {
-    // QTcpServer stops accepting after a failed accept (out of descriptors); the clients
-    // already connected are served on, and accepting resumes as soon as it can.
+    // Accepting has stopped (out of descriptors); the clients already connected are served
+    // on, and accepting resumes as soon as it can.
     if (!acceptErrorReported)
         say(QStringLiteral("Slave tester: cannot accept a TCP client (%1); serving the %2 "
                            "connected ones and trying again")
-                .arg(server->errorString())
+                .arg(reason)
                 .arg(server->findChildren<QTcpSocket *>().size()));
     acceptErrorReported = true;
-    QTimer::singleShot(AcceptRetry, server, &QTcpServer::resumeAccepting);
+    QTimer::singleShot(AcceptRetry, server, &AcceptingServer::resume);
 }
 
 void TesterInterface::run()
@@ -219,7 +220,7 @@ void TesterInterface::closeSocketConnection()
         client->deleteLater();
     // A descriptor is free again.
     if (server && acceptErrorReported)
-        server->resumeAccepting();
+        server->resume();
 }
 
 void TesterInterface::receieveSocketData()

@@ -12,7 +12,7 @@ namespace Ui {
 class TesterInterface;
 }
 
-class QTcpServer;
+class AcceptingServer;
 class QTimer;
 class ReadingThread;
 
@@ -39,7 +39,7 @@ public Q_SLOTS:
 
 private Q_SLOTS:
     void listenForClients();
-    void acceptFailed();
+    void acceptFailed(const QString &reason);
 
 private:
     void init();
@@ -47,7 +47,7 @@ private:
     void showNextEthernetBlock();
 
     Ui::TesterInterface *ui = nullptr;
-    QTcpServer *server = nullptr;
+    AcceptingServer *server = nullptr;
     QTimer *timer = nullptr;
     ReadingThread *port1Thread = nullptr;
     ReadingThread *port2Thread = nullptr;
