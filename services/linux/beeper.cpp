@@ -30,10 +30,7 @@ QVector<Tone> BeepPatterns::forSound(int sound)
     }
 }
 
-EvdevToneOutput::EvdevToneOutput(const QString &path)
-    : m_path(path)
-{
-}
+EvdevToneOutput::EvdevToneOutput(const QString &path) : m_path(path) { }
 
 EvdevToneOutput::~EvdevToneOutput()
 {
@@ -90,10 +87,7 @@ QString EvdevToneOutput::find(const QString &sysfsRoot)
     return QString();
 }
 
-BeepPlayer::BeepPlayer(std::unique_ptr<ToneOutput> output)
-    : m_output(std::move(output))
-{
-}
+BeepPlayer::BeepPlayer(std::unique_ptr<ToneOutput> output) : m_output(std::move(output)) { }
 
 BeepPlayer::~BeepPlayer()
 {

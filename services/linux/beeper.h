@@ -22,8 +22,7 @@ namespace BeepPatterns {
 QVector<Tone> forSound(int sound);
 } // namespace BeepPatterns
 
-class ToneOutput
-{
+class ToneOutput {
 public:
     virtual ~ToneOutput() = default;
     // Starts a tone of hz, or stops it with 0. False when the device failed.
@@ -31,8 +30,7 @@ public:
 };
 
 // Writes the tone events to an input event device, opened on first use.
-class EvdevToneOutput : public ToneOutput
-{
+class EvdevToneOutput : public ToneOutput {
 public:
     explicit EvdevToneOutput(const QString &path);
     ~EvdevToneOutput() override;
@@ -51,8 +49,7 @@ private:
     bool m_failed = false;
 };
 
-class BeepPlayer
-{
+class BeepPlayer {
 public:
     explicit BeepPlayer(std::unique_ptr<ToneOutput> output);
     ~BeepPlayer();

@@ -12,7 +12,7 @@ bool parseUnsigned(const QString &text, qulonglong max, qulonglong *value)
     bool ok = false;
     const QString t = text.trimmed();
     *value = t.startsWith(QLatin1String("0x"), Qt::CaseInsensitive) ? t.mid(2).toULongLong(&ok, 16)
-                                                                     : t.toULongLong(&ok, 10);
+                                                                    : t.toULongLong(&ok, 10);
     return ok && *value <= max;
 }
 } // namespace
@@ -23,9 +23,9 @@ BoardConfig BoardConfig::load(const QString &path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         warnDevice(path,
-            file.exists() ? QStringLiteral("cannot be read (%1), using the defaults")
-                                .arg(file.errorString())
-                          : QStringLiteral("missing, using the defaults"));
+            file.exists()
+                ? QStringLiteral("cannot be read (%1), using the defaults").arg(file.errorString())
+                : QStringLiteral("missing, using the defaults"));
         return config;
     }
     // A configuration file is a few lines; anything much longer is not one.

@@ -6,8 +6,7 @@
 #include <QString>
 #include <QVector>
 
-class BoardConfig
-{
+class BoardConfig {
 public:
     static constexpr const char *DefaultPath = "/brimdale/configs/services.conf";
 

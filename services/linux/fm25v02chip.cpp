@@ -21,10 +21,7 @@ unsigned int insideChip(unsigned int address, unsigned int length)
 }
 } // namespace
 
-Fm25v02Chip::Fm25v02Chip(SpiBus *bus)
-    : m_bus(bus)
-{
-}
+Fm25v02Chip::Fm25v02Chip(SpiBus *bus) : m_bus(bus) { }
 
 bool Fm25v02Chip::readId(QByteArray *id)
 {

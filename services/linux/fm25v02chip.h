@@ -5,8 +5,7 @@
 
 class SpiBus;
 
-class Fm25v02Chip
-{
+class Fm25v02Chip {
 public:
     static constexpr unsigned int Size = 32 * 1024;
     enum Opcode : quint8 {

@@ -12,10 +12,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-KernelFramebuffer::KernelFramebuffer(const QString &path)
-    : m_path(path)
-{
-}
+KernelFramebuffer::KernelFramebuffer(const QString &path) : m_path(path) { }
 
 KernelFramebuffer::~KernelFramebuffer()
 {
@@ -132,8 +129,8 @@ void plot(unsigned char *pixels, std::size_t length, const FramebufferGeometry &
 }
 } // namespace
 
-void Panel::drawCross(unsigned char *pixels, std::size_t length, const FramebufferGeometry &geometry,
-    int x, int y, unsigned int colour)
+void Panel::drawCross(unsigned char *pixels, std::size_t length,
+    const FramebufferGeometry &geometry, int x, int y, unsigned int colour)
 {
     if (!pixels)
         return;

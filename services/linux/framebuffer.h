@@ -18,8 +18,7 @@ struct FramebufferGeometry {
     int lineLength = 0;
 };
 
-class FramebufferDevice
-{
+class FramebufferDevice {
 public:
     virtual ~FramebufferDevice() = default;
     // False when the device cannot be asked (problem() says why).
@@ -30,8 +29,7 @@ public:
 };
 
 // /dev/fbN through its ioctls and a shared mapping, opened on first use and kept.
-class KernelFramebuffer : public FramebufferDevice
-{
+class KernelFramebuffer : public FramebufferDevice {
 public:
     explicit KernelFramebuffer(const QString &path);
     ~KernelFramebuffer() override;

@@ -11,8 +11,7 @@ constexpr const char *Consumer = "benchtest";
 }
 
 GpiodLines::GpiodLines(const QString &chip, const QVector<unsigned int> &offsets)
-    : m_chipName(chip)
-    , m_offsets(offsets)
+    : m_chipName(chip), m_offsets(offsets)
 {
 }
 
@@ -38,8 +37,7 @@ bool GpiodLines::request()
         // every chip of the machine.
         bool number = false;
         m_chipName.toUInt(&number);
-        const QString path = m_chipName.startsWith(QLatin1Char('/'))
-            ? m_chipName
+        const QString path = m_chipName.startsWith(QLatin1Char('/')) ? m_chipName
             : number ? QStringLiteral("/dev/gpiochip") + m_chipName
                      : QStringLiteral("/dev/") + m_chipName;
         const QByteArray name = path.toLocal8Bit();

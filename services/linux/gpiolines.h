@@ -8,8 +8,7 @@
 struct gpiod_chip;
 struct gpiod_line_bulk;
 
-class GpioLines
-{
+class GpioLines {
 public:
     virtual ~GpioLines() = default;
     // The levels (0 or 1) of the lines, in the order they were asked for; false when they
@@ -19,8 +18,7 @@ public:
 };
 
 // Lines of one chip through libgpiod, requested as inputs on the first read and held.
-class GpiodLines : public GpioLines
-{
+class GpiodLines : public GpioLines {
 public:
     GpiodLines(const QString &chip, const QVector<unsigned int> &offsets);
     ~GpiodLines() override;

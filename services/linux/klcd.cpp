@@ -7,8 +7,8 @@
 namespace {
 const SysfsBacklight &backlight()
 {
-    static const SysfsBacklight device(BoardConfig::current().sysfsRoot,
-        BoardConfig::current().backlight);
+    static const SysfsBacklight device(
+        BoardConfig::current().sysfsRoot, BoardConfig::current().backlight);
     return device;
 }
 } // namespace

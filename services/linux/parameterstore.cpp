@@ -2,10 +2,7 @@
 
 #include "fm25v02chip.h"
 
-ParameterStore::ParameterStore(Fm25v02Chip *chip)
-    : m_chip(chip)
-{
-}
+ParameterStore::ParameterStore(Fm25v02Chip *chip) : m_chip(chip) { }
 
 quint16 ParameterStore::checksum(const QByteArray &area)
 {

@@ -6,8 +6,7 @@
 
 class Fm25v02Chip;
 
-class ParameterStore
-{
+class ParameterStore {
 public:
     static constexpr unsigned int LengthAddress = 0;
     static constexpr unsigned int ChecksumAddress = 2;

@@ -10,10 +10,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-KernelRtc::KernelRtc(const QString &path)
-    : m_path(path)
-{
-}
+KernelRtc::KernelRtc(const QString &path) : m_path(path) { }
 
 bool KernelRtc::readTime(struct rtc_time *time)
 {

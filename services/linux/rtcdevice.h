@@ -8,8 +8,7 @@
 
 struct rtc_time;
 
-class RtcDevice
-{
+class RtcDevice {
 public:
     virtual ~RtcDevice() = default;
     virtual bool readTime(struct rtc_time *time) = 0;
@@ -20,8 +19,7 @@ public:
 
 // RTC_RD_TIME / RTC_SET_TIME on the device, opened for each call (the clock is read rarely
 // and another program may want it in between).
-class KernelRtc : public RtcDevice
-{
+class KernelRtc : public RtcDevice {
 public:
     explicit KernelRtc(const QString &path);
 

@@ -10,11 +10,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-SpidevBus::SpidevBus(const QString &path, quint32 speedHz)
-    : m_path(path)
-    , m_speedHz(speedHz)
-{
-}
+SpidevBus::SpidevBus(const QString &path, quint32 speedHz) : m_path(path), m_speedHz(speedHz) { }
 
 SpidevBus::~SpidevBus()
 {

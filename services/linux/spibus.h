@@ -4,8 +4,7 @@
 #include <QByteArray>
 #include <QString>
 
-class SpiBus
-{
+class SpiBus {
 public:
     virtual ~SpiBus() = default;
     // One transfer with the chip selected from the first byte to the last: tx goes out while
@@ -15,8 +14,7 @@ public:
 
 // The kernel's spidev device, mode 0, 8-bit words. Opened on the first transfer; a device
 // that cannot be opened fails every transfer and is named once on standard error.
-class SpidevBus : public SpiBus
-{
+class SpidevBus : public SpiBus {
 public:
     SpidevBus(const QString &path, quint32 speedHz);
     ~SpidevBus() override;

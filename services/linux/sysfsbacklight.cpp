@@ -29,8 +29,8 @@ SysfsBacklight::SysfsBacklight(const QString &sysfsRoot, const QString &name)
         return;
     }
     // Entries there are symbolic links to the device's own directory.
-    const QStringList devices = QDir(classDir).entryList(
-        QDir::Dirs | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
+    const QStringList devices
+        = QDir(classDir).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
     if (!devices.isEmpty())
         m_dir = classDir + QLatin1Char('/') + devices.first();
     else

@@ -4,8 +4,7 @@
 
 #include <QString>
 
-class SysfsBacklight
-{
+class SysfsBacklight {
 public:
     static constexpr int MaxLevel = 20;
 
