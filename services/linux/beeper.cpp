@@ -45,10 +45,17 @@ bool EvdevToneOutput::tone(int hz)
     if (m_fd < 0) {
         if (m_failed)
             return false;
+        if (m_path.isEmpty()) {
+            warnDevice(QStringLiteral("beeper"),
+                QStringLiteral("no input device named like a beeper (beep, spkr) was found; "
+                               "sounds are not played"));
+            m_failed = true;
+            return false;
+        }
         const QByteArray path = m_path.toLocal8Bit();
         m_fd = ::open(path.constData(), O_WRONLY | O_CLOEXEC);
         if (m_fd < 0) {
-            warnDevice(m_path.isEmpty() ? QStringLiteral("beeper") : m_path,
+            warnDevice(m_path,
                 QStringLiteral("cannot be opened (%1); sounds are not played")
                     .arg(errnoText(errno)));
             m_failed = true;

@@ -19,6 +19,7 @@ private slots:
     void toneEventsAreWrittenToTheDevice();
     void theBeeperIsFoundByName();
     void aMissingBeeperIsNamedOnce();
+    void noBeeperFoundIsSaidOnce();
 };
 
 namespace {
@@ -187,6 +188,17 @@ void tst_Beeper::aMissingBeeperIsNamedOnce()
     QCOMPARE(err.text(),
         QByteArray("benchtest linux: /nonexistent/beeper: cannot be opened (No such file or "
                    "directory); sounds are not played\n"));
+}
+
+void tst_Beeper::noBeeperFoundIsSaidOnce()
+{
+    TestSupport::StderrCapture err;
+    EvdevToneOutput output { QString() };
+    QVERIFY(!output.tone(2000));
+    QVERIFY(!output.tone(0));
+    QCOMPARE(err.text(),
+        QByteArray("benchtest linux: beeper: no input device named like a beeper (beep, spkr) "
+                   "was found; sounds are not played\n"));
 }
 
 QTEST_GUILESS_MAIN(tst_Beeper)
