@@ -163,6 +163,13 @@ QByteArray StderrCapture::text()
     return m_file.readAll();
 }
 
+QByteArray StderrCapture::peek()
+{
+    std::fflush(stderr);
+    QFile file(m_file.fileName());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 void StderrCapture::restore()
 {
     if (m_saved < 0)

@@ -107,6 +107,8 @@ public:
     StderrCapture &operator=(const StderrCapture &) = delete;
 
     QByteArray text();
+    // What was written so far, while the capture goes on (for lines written by other threads).
+    QByteArray peek();
 
 private:
     void restore();

@@ -1,0 +1,46 @@
+#include "services/fm25v02.h"
+
+#include "board.h"
+#include "boardconfig.h"
+#include "devicewarning.h"
+#include "fm25v02chip.h"
+#include "spibus.h"
+
+static_assert(Fm25v02Chip::Size == FM25V02_SIZE, "one chip size");
+
+Fm25v02Chip &boardFram()
+{
+    static SpidevBus bus(BoardConfig::current().framSpi, BoardConfig::current().framSpiHz);
+    static Fm25v02Chip chip(&bus);
+    return chip;
+}
+
+int FM25V02_Init()
+{
+    boardFram();
+    return 0;
+}
+
+int FM25V02_RDID()
+{
+    QByteArray id;
+    if (!boardFram().readId(&id))
+        return -1;
+    // A bus with no chip on it reads all 0 or all 1 bits.
+    if (id.count('\0') == id.size() || id.count('\xff') == id.size()) {
+        warnDevice(BoardConfig::current().framSpi,
+            QStringLiteral("no FRAM answers (ID %1)").arg(QString::fromLatin1(id.toHex(' '))));
+        return -1;
+    }
+    return 0;
+}
+
+void FM25V02_READ(unsigned int address, char *data, unsigned int length)
+{
+    boardFram().read(address, data, length);
+}
+
+void FM25V02_WRITE(unsigned int address, char *data, unsigned int length)
+{
+    boardFram().write(address, data, length);
+}
