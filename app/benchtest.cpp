@@ -6,6 +6,7 @@
 #include "common/portnames.h"
 #include "common/qtcompat.h"
 #include "common/shell.h"
+#include "common/unitrecord.h"
 #include "services/fram.h"
 
 #include "backlightinterface.h"
@@ -359,6 +360,7 @@ void BenchTest::nextStage()
             lastSender = s;
             return;
         }
+        recordStageLeft();
         runBenchTest();
         lastSender = s;
         break;
@@ -371,7 +373,32 @@ void BenchTest::nextStage()
 void BenchTest::runBenchTest()
 {
     ++currentStage;
-    callFunction(benchTestSequence.value(currentStage, ErrorDeviceListKey));
+    const QString key = benchTestSequence.value(currentStage, ErrorDeviceListKey);
+    if (key == ErrorDeviceListKey && errorDeviceList) {
+        // Below the heading's two lines, one line per failed device.
+        const int failed = int(errorDeviceList->listText().count(QLatin1Char('\n'))) - 2;
+        record(QStringLiteral("outcome"), QStringLiteral("error list"),
+            failed > 0 ? QStringLiteral("%1 failed").arg(failed) : QStringLiteral("all passed"));
+    }
+    callFunction(key);
+}
+
+void BenchTest::recordStageLeft()
+{
+    if (currentStage < 1 || !benchTestSequence.contains(currentStage)
+        || currentStage == benchTestSequence.lastKey())
+        return;
+    record(QStringLiteral("stage"), benchTestSequence.value(currentStage),
+        stageVerdict.isEmpty() ? QStringLiteral("done") : stageVerdict);
+    stageVerdict.clear();
+}
+
+void BenchTest::record(const QString &kind, const QString &name, const QString &result)
+{
+    // The screens go on whatever happens to the record; only the MAC screen, the last word
+    // on a unit, tells the worker when it could not be written.
+    if (!UnitRecord::append(kind, name, result))
+        qDebug() << "unit record:" << UnitRecord::lastError();
 }
 
 void BenchTest::startCommunication(const QString &port, device_type kind, bool runNow)
@@ -537,6 +564,12 @@ void BenchTest::errorMessageUpdate(QString device, QString result)
     // Only the bench and menu modes have the list; a stray report elsewhere is dropped.
     if (errorDeviceList)
         errorDeviceList->updateDeviceStatus(device, result);
+    else
+        return;
+    record(QStringLiteral("result"), device, result);
+    // The stage's verdict is its latest result: "Again" can put a failed stage right.
+    stageVerdict
+        = result == QLatin1String("ok!") ? QStringLiteral("passed") : QStringLiteral("failed");
 }
 
 void BenchTest::inputMAC()

@@ -87,6 +87,8 @@ private:
     void showPage(int index);
     void showPopup(QWidget *button);
     void startCommunication(const QString &port, device_type kind, bool runNow);
+    void recordStageLeft();
+    static void record(const QString &kind, const QString &name, const QString &result);
 
     QStackedWidget *stackedWidget = nullptr;
     FunctionButton *startButton = nullptr;
@@ -127,4 +129,6 @@ private:
     BurninTestInterface *burninTestInterface = nullptr;
     int burninPageIndex = -1;
     QObject *lastSender = nullptr;
+    // "passed" or "failed" once the current stage has reported a result; empty otherwise.
+    QString stageVerdict;
 };

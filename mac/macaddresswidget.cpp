@@ -3,6 +3,7 @@
 #include "common/messagebox.h"
 #include "common/panelmodel.h"
 #include "common/qtcompat.h"
+#include "common/unitrecord.h"
 #include "hexkeyboard.h"
 #include "inputpanelinterface.h"
 #include "services/fm25v02.h"
@@ -141,10 +142,12 @@ void MacAddressWidget::on_okButton_clicked()
     Fram::getInstance()->makeSound(2);
 
     if (!writeMACAddressToFRAM()) {
+        recordOutcome(QStringLiteral("write failed"));
         MessageBox::critical(this, Title, tr("Write MAC address failed!!\n"));
         return;
     }
     if (readMACAddressFromFRAM() != macText().toLower()) {
+        recordOutcome(QStringLiteral("compare failed"));
         MessageBox::critical(this, Title, tr("Compare MAC address failed!!\n"));
         return;
     }
@@ -152,8 +155,19 @@ void MacAddressWidget::on_okButton_clicked()
     if (PanelModel::consumesSupplyFile(monitorModel()))
         deleteReadMACAddressToFile();
     writeCheckSum();
+    UnitRecord::setMac(macText());
+    // A unit shown as done must have its record: a record that could not be written is said
+    // before the success box.
+    if (!recordOutcome(QStringLiteral("written")))
+        MessageBox::critical(
+            this, Title, tr("Write unit record failed!!\n%1").arg(UnitRecord::lastError()));
     MessageBox::information(
         this, Title, tr("Write MAC address success!!\nPlease restart machine!"));
+}
+
+bool MacAddressWidget::recordOutcome(const QString &result)
+{
+    return UnitRecord::append(QStringLiteral("outcome"), QStringLiteral("MAC"), result);
 }
 
 void MacAddressWidget::on_retryButton_clicked()

@@ -45,6 +45,7 @@ public Q_SLOTS:
 private:
     QString macText() const;
     void setMacText(const QString &text);
+    static bool recordOutcome(const QString &result);
 
     Ui_MacAddressWidget *ui = nullptr;
     QString macFilePath;
