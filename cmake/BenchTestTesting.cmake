@@ -40,13 +40,19 @@ if(CMAKE_CROSSCOMPILING AND CMAKE_CROSSCOMPILING_EMULATOR)
     set(BENCHTEST_EMULATOR ${CMAKE_CROSSCOMPILING_EMULATOR})
     list(JOIN BENCHTEST_EMULATOR " " BENCHTEST_EMULATOR_TEXT)
     set(BENCHTEST_EMULATOR_ENV
-        BENCHTEST_EMULATED=1 "BENCHTEST_EMULATOR=${BENCHTEST_EMULATOR_TEXT}")
+        BENCHTEST_EMULATED=1 "BENCHTEST_EMULATOR=${BENCHTEST_EMULATOR_TEXT}"
+        # Qt Test gives each test function five minutes; emulated, a long one needs more.
+        QTEST_FUNCTION_TIMEOUT=1200000)
 endif()
 
 function(benchtest_add_test)
     cmake_parse_arguments(T "" "NAME;TARGET;TIMEOUT" "UNIT;ARGS;LABELS" ${ARGN})
     if(NOT T_TIMEOUT)
         set(T_TIMEOUT 300)
+    endif()
+    if(BENCHTEST_EMULATOR)
+        # Emulated code runs several times slower.
+        math(EXPR T_TIMEOUT "${T_TIMEOUT} * 4")
     endif()
     add_test(NAME ${T_NAME}
         COMMAND ${BENCHTEST_VIRTUAL_UNIT}
