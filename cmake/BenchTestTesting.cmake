@@ -13,6 +13,15 @@
 #                       [LABELS ...])
 #       both at once, for the usual one executable run once.
 #
+#   benchtest_add_script_test(NAME <name> COMMAND <host command>... [UNIT ...] [TIMEOUT s]
+#                             [LABELS ...])
+#       runs a command of the host (a script of the source tree, a host tool) in a virtual unit;
+#       it is never run under the emulator.
+#
+# In a cross build (cmake/toolchain-armhf.cmake) test executables run under the emulator named
+# by CMAKE_CROSSCOMPILING_EMULATOR, inside the unit as well; tests know it by the environment
+# variable BENCHTEST_EMULATED=1 and the command by BENCHTEST_EMULATOR.
+#
 # UNIT options are passed to sim/virtual-unit before the "--", e.g. UNIT --dip 1 --screen 480x272.
 # The source and build trees are bound read-only: a test cannot change what the host later
 # builds or runs. Each test gets a fresh writable directory of its own, named by
@@ -26,8 +35,38 @@ function(benchtest_add_test_executable name)
     target_link_libraries(${name} PRIVATE Qt${QT_VERSION_MAJOR}::Test testsupport ${T_LIBS})
 endfunction()
 
+set(BENCHTEST_EMULATOR)
+if(CMAKE_CROSSCOMPILING AND CMAKE_CROSSCOMPILING_EMULATOR)
+    set(BENCHTEST_EMULATOR ${CMAKE_CROSSCOMPILING_EMULATOR})
+    list(JOIN BENCHTEST_EMULATOR " " BENCHTEST_EMULATOR_TEXT)
+    set(BENCHTEST_EMULATOR_ENV
+        BENCHTEST_EMULATED=1 "BENCHTEST_EMULATOR=${BENCHTEST_EMULATOR_TEXT}"
+        # Qt Test gives each test function five minutes; emulated, a long one needs more.
+        QTEST_FUNCTION_TIMEOUT=1200000)
+endif()
+
 function(benchtest_add_test)
     cmake_parse_arguments(T "" "NAME;TARGET;TIMEOUT" "UNIT;ARGS;LABELS" ${ARGN})
+    if(NOT T_TIMEOUT)
+        set(T_TIMEOUT 300)
+    endif()
+    if(BENCHTEST_EMULATOR)
+        # Emulated code runs several times slower.
+        math(EXPR T_TIMEOUT "${T_TIMEOUT} * 4")
+    endif()
+    add_test(NAME ${T_NAME}
+        COMMAND ${BENCHTEST_VIRTUAL_UNIT}
+            --ro-bind ${PROJECT_SOURCE_DIR} --ro-bind ${PROJECT_BINARY_DIR} --scratch
+            ${T_UNIT}
+            -- ${BENCHTEST_EMULATOR} $<TARGET_FILE:${T_TARGET}> ${T_ARGS})
+    set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
+    if(BENCHTEST_EMULATOR)
+        set_tests_properties(${T_NAME} PROPERTIES ENVIRONMENT "${BENCHTEST_EMULATOR_ENV}")
+    endif()
+endfunction()
+
+function(benchtest_add_script_test)
+    cmake_parse_arguments(T "" "NAME;TIMEOUT" "COMMAND;UNIT;LABELS" ${ARGN})
     if(NOT T_TIMEOUT)
         set(T_TIMEOUT 300)
     endif()
@@ -35,8 +74,11 @@ function(benchtest_add_test)
         COMMAND ${BENCHTEST_VIRTUAL_UNIT}
             --ro-bind ${PROJECT_SOURCE_DIR} --ro-bind ${PROJECT_BINARY_DIR} --scratch
             ${T_UNIT}
-            -- $<TARGET_FILE:${T_TARGET}> ${T_ARGS})
+            -- ${T_COMMAND})
     set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
+    if(BENCHTEST_EMULATOR)
+        set_tests_properties(${T_NAME} PROPERTIES ENVIRONMENT "${BENCHTEST_EMULATOR_ENV}")
+    endif()
 endfunction()
 
 function(benchtest_add_qtest name source)

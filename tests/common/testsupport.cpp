@@ -5,9 +5,16 @@
 #include <QSaveFile>
 #include <QtTest>
 
+#include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <mutex>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
+
+extern char **environ;
 
 namespace TestSupport {
 
@@ -205,6 +212,55 @@ void installQuietPlatform()
 bool replaceSim(const QString &name, const QString &text)
 {
     return writeSimFile(name, text.toUtf8() + '\n');
+}
+
+int runProgram(const QString &program, const QStringList &arguments, QByteArray *output)
+{
+    QList<QByteArray> words { QFile::encodeName(program) };
+    for (const QString &argument : arguments)
+        words.append(argument.toLocal8Bit());
+    std::vector<char *> argv;
+    for (QByteArray &word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+
+    int pipeFds[2] = { -1, -1 };
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    if (output) {
+        if (pipe2(pipeFds, O_CLOEXEC) != 0) {
+            posix_spawn_file_actions_destroy(&actions);
+            return -1;
+        }
+        posix_spawn_file_actions_adddup2(&actions, pipeFds[1], STDOUT_FILENO);
+    }
+    pid_t pid = -1;
+    const int failed = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (output) {
+        ::close(pipeFds[1]);
+        output->clear();
+        if (!failed) {
+            char buffer[4096];
+            ssize_t n;
+            while ((n = ::read(pipeFds[0], buffer, sizeof buffer)) > 0 || (n < 0 && errno == EINTR))
+                if (n > 0)
+                    output->append(buffer, int(n));
+        }
+        ::close(pipeFds[0]);
+    }
+    if (failed)
+        return -1;
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0)
+        if (errno != EINTR)
+            return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+bool emulated()
+{
+    return qEnvironmentVariable("BENCHTEST_EMULATED") == QLatin1String("1");
 }
 
 } // namespace TestSupport

@@ -139,4 +139,13 @@ protected:
     }
 };
 
+// Runs a program with its arguments and waits for it; its exit status, or -1 when it could not
+// be started or did not end normally. Standard output goes to *output when given. Not
+// QProcess: its way of starting a child is refused by the cross build's user-mode emulator,
+// and this works there too.
+int runProgram(const QString &program, const QStringList &arguments, QByteArray *output = nullptr);
+
+// True when the test runs under the cross build's user-mode emulator (the unit's armhf build).
+bool emulated();
+
 } // namespace TestSupport

@@ -2,12 +2,13 @@
 // returns once the cable is in the new state.
 #pragma once
 
-#include <QProcess>
+#include "testsupport.h"
+
 #include <QString>
 
 inline bool setBenchCable(const QString &port, const QString &state)
 {
-    return QProcess::execute(qEnvironmentVariable("VIRTUAL_BENCH"),
+    return TestSupport::runProgram(qEnvironmentVariable("VIRTUAL_BENCH"),
                { QStringLiteral("cable"), qEnvironmentVariable("VIRTUAL_BENCH_DIR"), port, state })
         == 0;
 }

@@ -68,7 +68,7 @@ inline bool writeFile(const QString &path, const QByteArray &bytes)
 // Pulls the unit's stick or puts it back.
 inline bool usbStick(const QString &how)
 {
-    return QProcess::execute(QStringLiteral("/run/virtual-unit/usb-stick"), { how }) == 0;
+    return TestSupport::runProgram(QStringLiteral("/run/virtual-unit/usb-stick"), { how }) == 0;
 }
 
 struct Box {

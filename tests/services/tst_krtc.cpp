@@ -28,9 +28,13 @@ struct tm makeTm(int year, int mon, int mday, int hour, int min, int sec, int wd
     return t;
 }
 
-qint64 secondsOf(struct tm t)
+// Seconds since 1970 UTC through Qt's 64-bit calendar, not timegm(): time_t has 32 bits on
+// the unit (armhf), and the clock goes past 2038.
+qint64 secondsOf(const struct tm &t)
 {
-    return qint64(timegm(&t));
+    const QDate date = QDate(1900 + t.tm_year, 1, 1).addMonths(t.tm_mon).addDays(t.tm_mday - 1);
+    return QDateTime(date, QTime(0, 0), Qt::UTC).toSecsSinceEpoch() + qint64(t.tm_hour) * 3600
+        + qint64(t.tm_min) * 60 + t.tm_sec;
 }
 
 bool sameFields(const struct tm &a, const struct tm &b)
@@ -115,6 +119,11 @@ void tst_KRtc::getReturnsWhatWasSet_data()
     QTest::newRow("leap day") << makeTm(2028, 2, 29, 23, 59, 30, 2, 59);
     QTest::newRow("1999") << makeTm(1999, 12, 31, 23, 59, 58, 5, 364);
     QTest::newRow("2040") << makeTm(2040, 6, 15, 8, 30, 0, 5, 166);
+    // One second past the last of a 32-bit time_t, the unit's.
+    QTest::newRow("2038 past 32-bit time_t") << makeTm(2038, 1, 19, 3, 14, 8, 2, 18);
+    QTest::newRow("2099-12-31 23:59:59") << makeTm(2099, 12, 31, 23, 59, 59, 4, 364);
+    QTest::newRow("2100, no leap day") << makeTm(2100, 3, 1, 0, 0, 0, 1, 59);
+    QTest::newRow("1969") << makeTm(1969, 12, 31, 12, 0, 0, 3, 364);
 }
 
 void tst_KRtc::getReturnsWhatWasSet()
