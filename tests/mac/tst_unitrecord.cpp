@@ -56,8 +56,8 @@ private slots:
     void directoryThatCannotBeMade();
     void fullDisk();
     void recordedBeforeTheSuccessBox();
-    void readOnlyRecordBoxBeforeSuccess();
-    void fullDiskBoxBeforeSuccess();
+    void unwritableRecordBoxBeforeSuccess_data();
+    void unwritableRecordBoxBeforeSuccess();
     void failedCompareIsRecorded();
 
 private:
@@ -203,9 +203,23 @@ void tst_UnitRecord::recordedBeforeTheSuccessBox()
     QCOMPARE(readFile(SupplyFile), QByteArray("02:A7:3C:00:00:11\n"));
 }
 
-void tst_UnitRecord::readOnlyRecordBoxBeforeSuccess()
+void tst_UnitRecord::unwritableRecordBoxBeforeSuccess_data()
 {
-    qputenv("BENCHTEST_RECORD", "/sys/unit.record");
+    QTest::addColumn<QByteArray>("record");
+    QTest::addColumn<QString>("box");
+    QTest::newRow("read-only file system")
+        << QByteArray("/sys/unit.record")
+        << QStringLiteral("Write unit record failed!!\n/sys/unit.record: Read-only file system");
+    QTest::newRow("full disk")
+        << QByteArray("/dev/full")
+        << QStringLiteral("Write unit record failed!!\n/dev/full: No space left on device");
+}
+
+void tst_UnitRecord::unwritableRecordBoxBeforeSuccess()
+{
+    QFETCH(QByteArray, record);
+    QFETCH(QString, box);
+    qputenv("BENCHTEST_RECORD", record);
     BoxAnswers answers;
     macWalk("02:A7:3C:00:00:10\n");
     MacAddressWidget widget;
@@ -214,28 +228,11 @@ void tst_UnitRecord::readOnlyRecordBoxBeforeSuccess()
     QCOMPARE(answers.boxes.size(), 2);
     QCOMPARE(answers.boxes[0].icon, QMessageBox::Critical);
     QCOMPARE(answers.boxes[0].title, Title);
-    QCOMPARE(answers.boxes[0].text,
-        QStringLiteral("Write unit record failed!!\n/sys/unit.record: Read-only file system"));
+    QCOMPARE(answers.boxes[0].text, box);
     QCOMPARE(answers.boxes[1].icon, QMessageBox::Information);
     QCOMPARE(answers.boxes[1].text, Success);
     // The address is in FRAM all the same.
     QCOMPARE(widget.readMACAddressFromFRAM(), QStringLiteral("02:a7:3c:00:00:10"));
-}
-
-void tst_UnitRecord::fullDiskBoxBeforeSuccess()
-{
-    qputenv("BENCHTEST_RECORD", "/dev/full");
-    BoxAnswers answers;
-    macWalk("02:A7:3C:00:00:10\n");
-    MacAddressWidget widget;
-    widget.run();
-    QTest::mouseClick(okButton(widget), Qt::LeftButton);
-    QCOMPARE(answers.boxes.size(), 2);
-    QCOMPARE(answers.boxes[0].icon, QMessageBox::Critical);
-    QCOMPARE(answers.boxes[0].title, Title);
-    QCOMPARE(answers.boxes[0].text,
-        QStringLiteral("Write unit record failed!!\n/dev/full: No space left on device"));
-    QCOMPARE(answers.boxes[1].text, Success);
 }
 
 void tst_UnitRecord::failedCompareIsRecorded()
