@@ -7,24 +7,9 @@ import struct
 import socket
 import subprocess
 import threading
-import time
 import unittest
 
-TESTER = ("192.168.90.89", 36888)  # the tester unit, in the bench's own network namespaces
-
-
-def connect(timeout=5.0):
-    return socket.create_connection(TESTER, timeout=timeout)
-
-
-def recv_exactly(sock, n):
-    data = b""
-    while len(data) < n:
-        chunk = sock.recv(min(65536, n - len(data)))
-        if not chunk:
-            raise AssertionError("the tester closed the connection after %d of %d bytes" % (len(data), n))
-        data += chunk
-    return data
+from testerclient import TESTER, bench_address, connect, recv_exactly, wait_for_tester
 
 
 def echo(sock, payload, chunk=4096):
@@ -51,16 +36,8 @@ def echo(sock, payload, chunk=4096):
 class SlaveTesterPeers(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        subprocess.run(["ifconfig", "eth0", "192.168.90.69"], check=True)  # this unit's namespace only
-        deadline = time.monotonic() + 10
-        while True:
-            try:
-                connect(1).close()
-                return
-            except OSError:
-                if time.monotonic() > deadline:
-                    raise
-                time.sleep(0.05)
+        bench_address()
+        wait_for_tester()
 
     def test_64_bytes_come_back(self):
         block = bytes(range(33, 97))

@@ -7,12 +7,12 @@ A peer "vanishes" here by taking this unit's Ethernet link down while its socket
 no FIN and no reset ever reaches the tester."""
 
 import os
-import socket
 import subprocess
 import time
 import unittest
 
-TESTER = ("192.168.90.89", 36888)  # the tester unit, in the bench's own network namespaces
+from testerclient import bench_address, connect, recv_exactly, wait_for_tester
+
 # Must match the tester's command line in the test's registration.
 KEEPALIVE = tuple(int(v) for v in os.environ.get("VANISH_KEEPALIVE", "2 1 2").split())
 DESCRIPTOR_LIMIT = int(os.environ.get("VANISH_DESCRIPTOR_LIMIT", "96"))
@@ -23,20 +23,6 @@ REAP_TIME = KEEPALIVE[0] + KEEPALIVE[1] * KEEPALIVE[2]
 def link(state):
     # Only this unit's own network namespace.
     subprocess.run(["ip", "link", "set", "eth0", state], check=True)
-
-
-def connect(timeout=5.0):
-    return socket.create_connection(TESTER, timeout=timeout)
-
-
-def recv_exactly(sock, n):
-    data = b""
-    while len(data) < n:
-        chunk = sock.recv(n - len(data))
-        if not chunk:
-            raise AssertionError("the tester closed after %d of %d bytes" % (len(data), n))
-        data += chunk
-    return data
 
 
 def echoed(sock, block):
@@ -55,16 +41,8 @@ def tester_log():
 
 class VanishedPeers(unittest.TestCase):
     def setUp(self):
-        subprocess.run(["ifconfig", "eth0", "192.168.90.69"], check=True)  # this unit's namespace only
-        deadline = time.monotonic() + 10
-        while True:
-            try:
-                connect(1).close()
-                break
-            except OSError:
-                if time.monotonic() > deadline:
-                    raise
-                time.sleep(0.05)
+        bench_address()
+        wait_for_tester()
         # Kept open to the end: closing them would send the FIN a switched-off unit never sends.
         self.vanished = []
 
@@ -77,7 +55,7 @@ class VanishedPeers(unittest.TestCase):
         link("down")
         time.sleep(REAP_TIME + 1.5)
         link("up")
-        subprocess.run(["ifconfig", "eth0", "192.168.90.69"], check=True)  # this unit's namespace only
+        bench_address()
 
     def test_fresh_units_are_echoed_after_many_vanished_ones(self):
         batch = DESCRIPTOR_LIMIT * 2 // 3
