@@ -54,15 +54,8 @@ function(benchtest_add_test)
         # Emulated code runs several times slower.
         math(EXPR T_TIMEOUT "${T_TIMEOUT} * 4")
     endif()
-    add_test(NAME ${T_NAME}
-        COMMAND ${BENCHTEST_VIRTUAL_UNIT}
-            --ro-bind ${PROJECT_SOURCE_DIR} --ro-bind ${PROJECT_BINARY_DIR} --scratch
-            ${T_UNIT}
-            -- ${BENCHTEST_EMULATOR} $<TARGET_FILE:${T_TARGET}> ${T_ARGS})
-    set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
-    if(BENCHTEST_EMULATOR)
-        set_tests_properties(${T_NAME} PROPERTIES ENVIRONMENT "${BENCHTEST_EMULATOR_ENV}")
-    endif()
+    benchtest_add_script_test(NAME ${T_NAME} TIMEOUT ${T_TIMEOUT} UNIT ${T_UNIT} LABELS ${T_LABELS}
+        COMMAND ${BENCHTEST_EMULATOR} $<TARGET_FILE:${T_TARGET}> ${T_ARGS})
 endfunction()
 
 function(benchtest_add_script_test)
