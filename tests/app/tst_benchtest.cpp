@@ -9,9 +9,9 @@
 #include "common/portnames.h"
 #include "communicationtest.h"
 #include "functiontestinterface.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
-#include "../calibration/calibrationtestsupport.h"
+#include "tests/support/calibrationtestsupport.h"
 
 #include <QDir>
 #include <QFile>

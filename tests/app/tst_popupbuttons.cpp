@@ -2,7 +2,7 @@
 // them, not the white of a window.
 #include "app/benchtest.h"
 #include "common/functionbutton.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QApplication>
 #include <QImage>

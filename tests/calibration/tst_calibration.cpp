@@ -3,7 +3,7 @@
 #include "calibration.h"
 #include "caliinterface.h"
 
-#include "calibrationtestsupport.h"
+#include "tests/support/calibrationtestsupport.h"
 
 #include <QFileInfo>
 #include <QRegularExpression>

@@ -4,7 +4,7 @@
 #include "calibration.h"
 #include "caliinterface.h"
 
-#include "calibrationtestsupport.h"
+#include "tests/support/calibrationtestsupport.h"
 
 #include <QMouseEvent>
 #include <QPushButton>

@@ -2,14 +2,14 @@
 // on COM1 and nothing on COM2 and COM3: pages per mode, the bench's transfer limit, results
 // into the error list, the Again/Next labels, Start, rerun, and the slave tester and burn-in
 // modes starting their screens.
-#include "../calibration/calibrationtestsupport.h"
+#include "tests/support/calibrationtestsupport.h"
 #include "benchtest.h"
 #include "burnintestinterface.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
 #include "common/messagebox.h"
 #include "common/portnames.h"
-#include "commtestsupport.h"
+#include "tests/support/commtestsupport.h"
 #include "communicationtest.h"
 #include "errordevicelistinterface.h"
 #include "readingthread.h"

@@ -1,7 +1,7 @@
 // The burn-in screen on a pseudo-terminal whose far end this test echoes (a loopback plug),
 // drains (nothing connected) or switches between the two.
 #include "burnintestinterface.h"
-#include "commtestsupport.h"
+#include "tests/support/commtestsupport.h"
 
 #include <QFile>
 #include <QLabel>

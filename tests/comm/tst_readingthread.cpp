@@ -1,6 +1,6 @@
 // The echo thread on a pseudo-terminal whose far end this test drives.
 #include "common/portnames.h"
-#include "commtestsupport.h"
+#include "tests/support/commtestsupport.h"
 #include "readingthread.h"
 
 #include <QTest>

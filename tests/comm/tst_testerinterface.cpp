@@ -1,7 +1,7 @@
 // The slave tester: its labels per panel model, its serial echo on pseudo-terminals whose far
 // ends this test drives, and its TCP echo to clients on 127.0.0.1.
 #include "common/portnames.h"
-#include "commtestsupport.h"
+#include "tests/support/commtestsupport.h"
 #include "readingthread.h"
 #include "testerinterface.h"
 

@@ -2,7 +2,7 @@
 // the per-key and final checks, the buzzer and the debug lines.
 #include "inputpanel.h"
 #include "services/fram.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QDate>
 #include <QRegularExpression>

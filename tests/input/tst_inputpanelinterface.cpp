@@ -2,7 +2,7 @@
 // and style sheets, the key click, OK, the highlighted label, placement and retranslation.
 #include "inputpanelinterface.h"
 #include "services/fram.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 #include "ui_inputpanelinterface.h"
 #include "ui_inputpanelinterface_4.h"
 #include "ui_inputpanelinterface_hex_4.h"

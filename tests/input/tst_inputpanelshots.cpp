@@ -3,7 +3,7 @@
 // the label usable: the panel fits the screen, each key holds its character, the label holds
 // the longest field it shows.
 #include "inputpanelinterface.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QDir>
 #include <QFontMetrics>

@@ -5,7 +5,7 @@
 #include "hexkeyboard.h"
 #include "inputpanelinterface.h"
 #include "macaddresswidget.h"
-#include "mactestsupport.h"
+#include "tests/support/mactestsupport.h"
 #include "services/fram.h"
 
 #include <QApplication>

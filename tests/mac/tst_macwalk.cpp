@@ -6,7 +6,7 @@
 #include "common/functionkeys.h"
 #include "errordevicelistinterface.h"
 #include "macaddresswidget.h"
-#include "mactestsupport.h"
+#include "tests/support/mactestsupport.h"
 
 #include <QLabel>
 #include <QPushButton>

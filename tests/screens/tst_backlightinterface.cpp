@@ -1,7 +1,7 @@
 // The backlight check blinks between off and full brightness and leaves it at full.
 #include "backlightinterface.h"
 #include "common/functionbutton.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QBoxLayout>
 #include <QRegularExpression>

@@ -3,7 +3,7 @@
 // restores full brightness and leaves.
 #include "brightnessinterface.h"
 #include "common/qtcompat.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QElapsedTimer>
 #include <QLinearGradient>

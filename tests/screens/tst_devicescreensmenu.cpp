@@ -1,7 +1,7 @@
 // The key and LED screen and the clock screen inside the real BenchTest of a virtual unit: in
 // menu mode (DIP 1) each is started from its menu button and returns to the menu; in the bench
 // walk (DIP 0) the dispatcher shows and starts them and Continue moves the walk on.
-#include "../calibration/calibrationtestsupport.h"
+#include "tests/support/calibrationtestsupport.h"
 #include "benchtest.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
@@ -9,7 +9,7 @@
 #include "inputpanelinterface.h"
 #include "keyandledinterface.h"
 #include "rtcinterface.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QPushButton>
 #include <QStackedWidget>

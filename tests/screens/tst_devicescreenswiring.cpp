@@ -1,7 +1,7 @@
 // The LCM, brightness and DIP switch screens inside the real BenchTest: their pages in both
 // bench modes, the bench walk through the brightness and DIP stages, and each screen started
 // from its button in the function menu and returning to the menu.
-#include "../calibration/calibrationtestsupport.h"
+#include "tests/support/calibrationtestsupport.h"
 #include "benchtest.h"
 #include "brightnessinterface.h"
 #include "common/functionbutton.h"
@@ -11,7 +11,7 @@
 #include "dipswitchinterface.h"
 #include "functiontestinterface.h"
 #include "lcminterface.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QPushButton>
 #include <QSignalSpy>

@@ -4,7 +4,7 @@
 // polls it.
 #include "common/qtcompat.h"
 #include "dipswitchinterface.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>

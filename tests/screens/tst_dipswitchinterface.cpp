@@ -3,7 +3,7 @@
 // 100 ms after the second.
 #include "common/qtcompat.h"
 #include "dipswitchinterface.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QElapsedTimer>
 #include <QPainter>

@@ -3,7 +3,7 @@
 // message, a missing device, a refused grab and the 4-inch shortcut.
 #include "common/functionbutton.h"
 #include "keyandledinterface.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QImage>
 #include <QSignalSpy>

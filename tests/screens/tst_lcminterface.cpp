@@ -3,7 +3,7 @@
 #include "common/functionbutton.h"
 #include "common/qtcompat.h"
 #include "lcminterface.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QBoxLayout>
 #include <QPainter>

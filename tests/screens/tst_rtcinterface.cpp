@@ -4,7 +4,7 @@
 #include "common/functionbutton.h"
 #include "inputpanelinterface.h"
 #include "rtcinterface.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QLabel>
 #include <QPushButton>

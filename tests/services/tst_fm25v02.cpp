@@ -2,7 +2,7 @@
 // header, reads and writes go to the file, writes are logged, and a damaged file is kept.
 #include "services/fm25v02.h"
 
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QtTest>
 

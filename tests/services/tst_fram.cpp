@@ -2,7 +2,7 @@
 // and the DIP switches, model, pixel size and orientation come from the state files.
 #include "services/fram.h"
 
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QtTest>
 

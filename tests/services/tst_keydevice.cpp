@@ -1,7 +1,7 @@
 // The menu key device through the services: open, grab (granted or refused by the simulator's
 // key-grab file), read one 16-byte record at a time, close.
 #include "services/keydevice.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QTest>
 

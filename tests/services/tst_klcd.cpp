@@ -2,7 +2,7 @@
 // 0..20, and a missing or bad brightness file reads as the brightest level.
 #include "services/klcd.h"
 
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QtTest>
 

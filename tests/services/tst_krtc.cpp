@@ -2,7 +2,7 @@
 // runs on from the value set, and a missing or bad rtc file falls back to the host clock.
 #include "services/krtc.h"
 
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QtTest>
 

@@ -1,7 +1,7 @@
 // put_cross on the simulated unit: the frame buffer is the event log, one line per cross.
 #include "services/touch.h"
 
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QtTest>
 

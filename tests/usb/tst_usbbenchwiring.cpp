@@ -2,14 +2,14 @@
 // its place in the stack, the gadget loaded once at start and again by "Again", results into
 // the error list, the bench walk's USB stage with its "Again " and "Next " buttons, and the
 // menu's two USB keys.
-#include "../calibration/calibrationtestsupport.h"
+#include "tests/support/calibrationtestsupport.h"
 #include "benchtest.h"
 #include "common/functionkeys.h"
 #include "errordevicelistinterface.h"
 #include "functiontestinterface.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 #include "usbhostdevicetest.h"
-#include "usbtestsupport.h"
+#include "tests/support/usbtestsupport.h"
 
 #include <QApplication>
 #include <QFileInfo>

@@ -1,9 +1,9 @@
 // The USB page on its own, in virtual units with and without a stick and a cable: the page,
 // the host test on the stick, the device test through the cable into the gadget's RAM image,
 // their result lines and reports, and the shell commands they run.
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 #include "usbhostdevicetest.h"
-#include "usbtestsupport.h"
+#include "tests/support/usbtestsupport.h"
 
 #include <QBoxLayout>
 #include <QElapsedTimer>

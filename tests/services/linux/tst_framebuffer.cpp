@@ -2,7 +2,7 @@
 // XOR crosses drawn into a fake frame buffer.
 #include "boardconfig.h"
 #include "fakes.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QtTest>
 

@@ -2,7 +2,7 @@
 // rendercomm OUTDIR. Run it in a virtual unit with the screen size wanted; each screen is
 // shown full screen in a state with traffic on it.
 #include "burnintestinterface.h"
-#include "commtestsupport.h"
+#include "tests/support/commtestsupport.h"
 #include "communicationtest.h"
 #include "errordevicelistinterface.h"
 #include "testerinterface.h"

@@ -2,7 +2,7 @@
 // returns once the cable is in the new state.
 #pragma once
 
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QString>
 

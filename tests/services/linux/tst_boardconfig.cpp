@@ -2,7 +2,7 @@
 // that is wrong with it.
 #include "boardconfig.h"
 #include "fakes.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QtTest>
 

@@ -3,7 +3,7 @@
 // when it cannot be written).
 #include "common/unitrecord.h"
 #include "macaddresswidget.h"
-#include "mactestsupport.h"
+#include "tests/support/mactestsupport.h"
 
 #include <QDir>
 #include <QLabel>

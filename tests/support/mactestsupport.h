@@ -3,7 +3,7 @@
 #pragma once
 
 #include "common/messagebox.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QByteArray>
 #include <QFile>

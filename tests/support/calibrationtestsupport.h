@@ -2,7 +2,7 @@
 // files of the unit, and a touch feed that presses each target once its cross is drawn.
 #pragma once
 
-#include "../common/testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QByteArray>
 #include <QDir>

@@ -1,7 +1,7 @@
 // The buzzer: a distinct pattern per sound number, played off the caller's thread, written as
 // the input subsystem's sound events.
 #include "fakes.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QElapsedTimer>
 #include <QtTest>

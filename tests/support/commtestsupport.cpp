@@ -1,4 +1,4 @@
-#include "commtestsupport.h"
+#include "tests/support/commtestsupport.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -2,7 +2,7 @@
 // are fakes in the scratch directory or missing: the program gets the simulator's defaults
 // and one clear line per device, never a crash.
 #include "services/services.h"
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QDir>
 #include <QElapsedTimer>

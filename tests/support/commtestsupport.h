@@ -4,7 +4,7 @@
 // for the echo.
 #pragma once
 
-#include "testsupport.h"
+#include "tests/support/testsupport.h"
 
 #include <QByteArray>
 #include <QList>
