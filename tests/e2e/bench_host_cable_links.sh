@@ -19,10 +19,7 @@ rm -f com2/state && mkfifo com2/state && sleep 0.5
 rm -f com2/state && ln -s VICTIM/state com2/state && sleep 0.5
 echo attack-done'
 attack=${attack//VICTIM/$victim}
-bench start --dir "$dir" --tester "$attack; $LISTEN" >/dev/null 2>"$scratch/err"
-rc=$?
-cat "$scratch/err"
-check "the host did not hang" [ "$rc" != 124 ]
+attempt start --dir "$dir" --tester "$attack; $LISTEN" >/dev/null
 check "start succeeds" [ "$rc" = 0 ]
 id=$(bench_id "$dir")
 relays_alive() {
@@ -41,9 +38,7 @@ check "the host directory is unchanged (no stats, applied or temporary files)" \
 check "the planted pipe and link were each ignored with one message" \
     [ "$(grep -c 'ignoring the state: not a regular file' "$dir/cables/com2/log")" = 2 ]
 
-bench cable "$dir" com1 unplug 2>"$scratch/err"
-rc=$?
-cat "$scratch/err"
+attempt cable "$dir" com1 unplug
 check "cable refuses the swapped cable with 2" [ "$rc" = 2 ]
 check "cable says why" grep -q "no bench with a com1 cable" "$scratch/err"
 bench cable "$dir" com2 unplug 2>"$scratch/err"

@@ -1,6 +1,7 @@
-# Sourced by the bench_host_*.sh tests: each plays an attacker inside a unit of the virtual
-# bench (usually the tester command) and checks that the bench's host side touched nothing of
-# the host. Victims are files and directories of the test's own scratch directory.
+# Sourced by the bench's own tests: virtual_bench_selftest.sh, and the bench_host_*.sh tests,
+# each of which plays an attacker inside a unit of the virtual bench (usually the tester
+# command) and checks that the bench's host side touched nothing of the host. Victims are files
+# and directories of the test's own scratch directory.
 set -u
 src=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 vb=$src/sim/virtual-bench
@@ -26,7 +27,18 @@ check() { # DESCRIPTION COMMAND...
     fi
 }
 
-bench() { timeout -k 10 "$BENCH_TIMEOUT" "$vb" "$@"; }
+# BENCH_IN: a command prefix the bench runs under (e.g. entering the test's own namespace).
+BENCH_IN=()
+bench() { "${BENCH_IN[@]}" timeout -k 10 "$BENCH_TIMEOUT" "$vb" "$@"; }
+
+# Runs a bench command with its standard error shown and kept in $scratch/err, its status in
+# $rc; a host side that hung fails the test.
+attempt() {
+    bench "$@" 2>"$scratch/err"
+    rc=$?
+    cat "$scratch/err" >&2
+    check "the host did not hang ($1)" [ "$rc" != 124 ]
+}
 
 # Every file and directory below DIR with its type, size, modification time (ns) and content
 # hash: two snapshots differ when anything there was written, made or touched.

@@ -8,12 +8,9 @@
 victim=$(make_victim host-file)
 before=$(snapshot "$victim")
 dir=$scratch/run
-bench run --dir "$dir" \
+attempt run --dir "$dir" \
     --tester "echo tester-own-output; ln -sfn '$victim/file' \"\$VIRTUAL_BENCH_DIR/units/tester/log\"; $LISTEN" \
-    -- /bin/sh -c 'exit 5' 2>"$scratch/err"
-rc=$?
-cat "$scratch/err"
-check "the host did not hang" [ "$rc" != 124 ]
+    -- /bin/sh -c 'exit 5'
 check "run returns the command's status" [ "$rc" = 5 ]
 check "run reports the failure" grep -q "command failed (5)" "$scratch/err"
 check "the tail printed is the tester's own output" grep -q "tester-own-output" "$scratch/err"
@@ -24,9 +21,7 @@ check_nothing_left "$dir" "$(ended_bench_id "$dir")"
 dir=$scratch/started
 attack='cd "$VIRTUAL_BENCH_DIR/cables/com2" || exit 1
 for f in applied dut tester stats; do ln -sfn VICTIM/file $f; done'
-bench start --dir "$dir" --tester "${attack//VICTIM/$victim}; $LISTEN" >/dev/null 2>"$scratch/err"
-rc=$?
-cat "$scratch/err"
+attempt start --dir "$dir" --tester "${attack//VICTIM/$victim}; $LISTEN" >/dev/null
 check "start succeeds" [ "$rc" = 0 ]
 id=$(bench_id "$dir")
 bench status "$dir" >"$scratch/status" 2>&1

@@ -8,7 +8,7 @@ host=benchhost-$$
 ip netns add "$host" || { echo "FAIL - cannot make the test's namespace $host"; exit 1; }
 trap 'ip netns del "$host" 2>/dev/null; rm -rf "$scratch"' EXIT
 ip -n "$host" link set lo up
-in_host() { nsenter --net="/run/netns/$host" -- "$@"; }
+BENCH_IN=(nsenter --net="/run/netns/$host" --)
 # The unit under test waits for the test's go before it ends.
 wait_for_go='touch "$VIRTUAL_BENCH_DIR/running"; while [ ! -e "$VIRTUAL_BENCH_DIR/go" ]; do sleep 0.1; done'
 wait_running() { # DIR
@@ -18,15 +18,13 @@ wait_running() { # DIR
 
 # 1. Nothing changes: the run succeeds (the comparison does not fail by itself).
 dir=$scratch/quiet
-in_host timeout 120 "$vb" run --dir "$dir" -- /bin/true 2>"$scratch/err"
-rc=$?
-cat "$scratch/err"
+attempt run --dir "$dir" -- /bin/true
 check "a bench whose host's routes stay the same succeeds" [ "$rc" = 0 ]
 
 # 2. A route appears while run runs: exit 3, the difference printed, nothing written into the
 #    bench directory for it.
 dir=$scratch/run
-in_host timeout 120 "$vb" run --dir "$dir" -- /bin/sh -c "$wait_for_go" 2>"$scratch/err" &
+bench run --dir "$dir" -- /bin/sh -c "$wait_for_go" 2>"$scratch/err" &
 runner=$!
 check "the command runs" wait_running "$dir"
 id=$(bench_id "$dir")
@@ -45,13 +43,11 @@ check_nothing_left "$dir" "$id"
 
 # 3. A route goes while a started bench is up: stop exits 3.
 dir=$scratch/started
-in_host timeout 120 "$vb" start --dir "$dir" >/dev/null 2>"$scratch/err"
-check "start succeeds" [ $? = 0 ]
+attempt start --dir "$dir" >/dev/null
+check "start succeeds" [ "$rc" = 0 ]
 id=$(bench_id "$dir")
 ip -n "$host" route del blackhole 203.0.113.0/24
-in_host timeout 120 "$vb" stop "$dir" 2>"$scratch/err"
-rc=$?
-cat "$scratch/err"
+attempt stop "$dir"
 check "a changed host fails stop with 3" [ "$rc" = 3 ]
 check "the route that went is printed" grep -q -- "- blackhole 203.0.113.0/24" "$scratch/err"
 check_nothing_left "$dir" "$id"

@@ -7,12 +7,9 @@
 victim=$(make_victim host-dir)
 before=$(snapshot "$victim")
 dir=$scratch/bench
-bench run --dir "$dir" --ro-bind "$src" \
+attempt run --dir "$dir" --ro-bind "$src" \
     --tester "rm -rf \"\$VIRTUAL_BENCH_DIR/units/dut\" && ln -s '$victim' \"\$VIRTUAL_BENCH_DIR/units/dut\"; $LISTEN" \
-    -- /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/ran"' 2>"$scratch/err"
-rc=$?
-cat "$scratch/err"
-check "the host did not hang" [ "$rc" != 124 ]
+    -- /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/ran"'
 check "the bench exits with 2" [ "$rc" = 2 ]
 check "the bench names the replaced state directory" grep -q "units/dut/sim.*\(replaced\|no longer\)" "$scratch/err"
 check "the bench says nothing was run" grep -q "nothing was run" "$scratch/err"
@@ -32,10 +29,8 @@ exec '$src/sim/virtual-unit' "\$@"
 FAKE
 chmod +x "$fake"
 dir=$scratch/refused
-VIRTUAL_UNIT=$fake bench run --dir "$dir" --tester "$LISTEN" \
-    -- /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/ran"' 2>"$scratch/err"
-rc=$?
-cat "$scratch/err"
+VIRTUAL_UNIT=$fake attempt run --dir "$dir" --tester "$LISTEN" \
+    -- /bin/sh -c 'touch "$VIRTUAL_BENCH_DIR/ran"'
 check "a refused unit under test fails the run with 2" [ "$rc" = 2 ]
 check "a refused unit under test is reported" grep -q "virtual-unit could not make the unit under test" "$scratch/err"
 check "a refused unit under test runs nothing" [ ! -e "$dir/ran" ]
