@@ -2,23 +2,7 @@
 # Checks that sim/virtual-bench takes down everything it started (relays, units, namespaces)
 # after a normal end, a failing command, an interrupt and a "stop", and that a bench that
 # cannot be set up runs nothing. Every command below runs inside the bench's virtual units.
-set -u
-src=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-vb=$src/sim/virtual-bench
-failures=0
-scratch=$(mktemp -d "${TMPDIR:-/tmp}/virtual-bench-selftest.XXXXXX")
-trap 'rm -rf "$scratch"' EXIT
-
-check() { # DESCRIPTION COMMAND...
-    local what=$1
-    shift
-    if "$@"; then
-        echo "ok   - $what"
-    else
-        echo "FAIL - $what"
-        failures=$((failures + 1))
-    fi
-}
+. "$(dirname "${BASH_SOURCE[0]}")/bench_host_lib.sh"
 
 bench_namespaces() { ip netns list | awk '{print $1}' | grep -E "^vb$1[0-9a-f]*-(dut|tester)$"; }
 no_namespaces_of() { [ -z "$(ip netns list | awk '{print $1}' | grep -F "vb$1" )" ]; }
@@ -143,5 +127,4 @@ check "an unknown port is refused with 2" [ "$rc" = 2 ]
 check "an unknown port is named" grep -q "unknown port 'com9'" "$scratch/badopt.err"
 check "a refused run makes no namespace" no_namespaces_of "$runner"
 
-echo "$failures failure(s)"
-[ "$failures" = 0 ]
+finish
