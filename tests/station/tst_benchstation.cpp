@@ -424,7 +424,9 @@ void TestBenchStation::hugeBodyCutOff()
     for (int i = 0; i < 20000; ++i)
         huge << line(QByteArray(250, 'h'), QByteArray(250, 'r'));
     const Reply reply = post(Port, batch(QStringLiteral("huge"), 1, huge));
-    QVERIFY2(reply.status == 0 || reply.status == 413, qPrintable(QString::number(reply.status)));
+    QCOMPARE(reply.status, 0);
+    // No answer at all (a reset or a closed connection, as the client happens to see it).
+    QVERIFY(reply.error != QNetworkReply::NoError);
     QCOMPARE(count(QStringLiteral("huge")), 0);
     // The station goes on serving.
     QCOMPARE(post(Port, batch(QStringLiteral("after-huge"), 1, numbered(2))).status, 200);
