@@ -2,6 +2,7 @@
 #include "benchtest.h"
 #include "common/qtcompat.h"
 #include "screenobserver.h"
+#include "services/displayserver.h"
 
 #include <QApplication>
 
@@ -14,6 +15,11 @@ int main(int argc, char *argv[])
         qputenv("QT_FONT_DPI", "72");
     QApplication app(argc, argv);
     BenchTest benchTest;
+    // A finger works from the first screen on, as under a unit's window server, whose pointer
+    // runs from start-up; the calibration closes and reopens it. Opened after the constructor
+    // has put back a calibration that was cut off, so that the pointer reads the good one.
+    if (benchTest.takesTouches())
+        DisplayServer::startMouse();
     // Off unless BENCHTEST_OBSERVE names a file: the screen for a scripted operator.
     ScreenObserver::fromEnvironment(&app);
     // Window systems without a window manager ignore the full-screen request.
