@@ -14,9 +14,12 @@
 #       both at once, for the usual one executable run once.
 #
 #   benchtest_add_script_test(NAME <name> COMMAND <host command>... [UNIT ...] [TIMEOUT s]
-#                             [LABELS ...])
+#                             [LABELS ...] [OWN_UNITS])
 #       runs a command of the host (a script of the source tree, a host tool) in a virtual unit;
-#       it is never run under the emulator.
+#       it is never run under the emulator. With OWN_UNITS the command is a script that makes
+#       its own virtual units or virtual bench (a walk, a benchmark) and runs the program only
+#       in those; it is started as it is (UNIT does not apply), one at a time with the other
+#       tests that make a bench.
 #
 # In a cross build (cmake/toolchain-armhf.cmake) test executables run under the emulator named
 # by CMAKE_CROSSCOMPILING_EMULATOR, inside the unit as well; tests know it by the environment
@@ -59,15 +62,23 @@ function(benchtest_add_test)
 endfunction()
 
 function(benchtest_add_script_test)
-    cmake_parse_arguments(T "" "NAME;TIMEOUT" "COMMAND;UNIT;LABELS" ${ARGN})
+    cmake_parse_arguments(T "OWN_UNITS" "NAME;TIMEOUT" "COMMAND;UNIT;LABELS" ${ARGN})
     if(NOT T_TIMEOUT)
         set(T_TIMEOUT 300)
     endif()
-    add_test(NAME ${T_NAME}
-        COMMAND ${BENCHTEST_VIRTUAL_UNIT}
-            --ro-bind ${PROJECT_SOURCE_DIR} --ro-bind ${PROJECT_BINARY_DIR} --scratch
-            ${T_UNIT}
-            -- ${T_COMMAND})
+    if(T_OWN_UNITS)
+        if(T_UNIT)
+            message(FATAL_ERROR "${T_NAME}: a test that makes its own units takes no UNIT options")
+        endif()
+        add_test(NAME ${T_NAME} COMMAND ${T_COMMAND})
+        set_tests_properties(${T_NAME} PROPERTIES RESOURCE_LOCK virtual-bench)
+    else()
+        add_test(NAME ${T_NAME}
+            COMMAND ${BENCHTEST_VIRTUAL_UNIT}
+                --ro-bind ${PROJECT_SOURCE_DIR} --ro-bind ${PROJECT_BINARY_DIR} --scratch
+                ${T_UNIT}
+                -- ${T_COMMAND})
+    endif()
     set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT} LABELS "${T_LABELS}")
     if(BENCHTEST_EMULATOR)
         set_tests_properties(${T_NAME} PROPERTIES ENVIRONMENT "${BENCHTEST_EMULATOR_ENV}")
