@@ -1,6 +1,7 @@
 // The bench-test program: one full-screen BenchTest whose mode the DIP switches choose.
 #include "benchtest.h"
 #include "common/qtcompat.h"
+#include "firstframe.h"
 #include "screenobserver.h"
 #include "services/displayserver.h"
 
@@ -22,6 +23,8 @@ int main(int argc, char *argv[])
         DisplayServer::startMouse();
     // Off unless BENCHTEST_OBSERVE names a file: the screen for a scripted operator.
     ScreenObserver::fromEnvironment(&app);
+    // Off unless BENCHTEST_FIRST_FRAME names a file: the start-up benchmark's clock.
+    FirstFrame::watchFromEnvironment(&benchTest);
     // Window systems without a window manager ignore the full-screen request.
     benchTest.setGeometry(screenGeometry());
     benchTest.showFullScreen();
