@@ -10,6 +10,7 @@ class TestFunctionButton : public QObject {
 private Q_SLOTS:
     void styleSheet();
     void secondButton();
+    void secondButtonKeepsOthersPolished();
     void size800x480();
     void size480x272();
     void size320x240();
@@ -42,6 +43,41 @@ void TestFunctionButton::secondButton()
     QCOMPARE(qApp->styleSheet().toUtf8(), QByteArray(ExpectedStyle));
     FunctionButton third;
     QCOMPARE(qApp->styleSheet().toUtf8(), QByteArray(ExpectedStyle));
+}
+
+// Counts the style changes a widget is told of (a re-polish after a new application sheet).
+class StyleChangeCounter : public QObject {
+public:
+    explicit StyleChangeCounter(QWidget *widget) { widget->installEventFilter(this); }
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::StyleChange)
+            ++count;
+        return false;
+    }
+};
+
+void TestFunctionButton::secondButtonKeepsOthersPolished()
+{
+    FunctionButton first;
+    QPushButton other;
+    other.ensurePolished();
+    StyleChangeCounter changes(&other);
+    FunctionButton second;
+    FunctionButton third;
+    // The sheet in place is the button sheet: nothing else is re-polished.
+    QCOMPARE(changes.count, 0);
+    QCOMPARE(qApp->styleSheet().toUtf8(), QByteArray(ExpectedStyle));
+    // Another sheet in between: the next button sets its own again, and the others follow.
+    qApp->setStyleSheet(QStringLiteral("QPushButton{}"));
+    const int afterOther = changes.count;
+    QVERIFY(afterOther > 0);
+    FunctionButton fourth;
+    QCOMPARE(qApp->styleSheet().toUtf8(), QByteArray(ExpectedStyle));
+    QVERIFY(changes.count > afterOther);
 }
 
 // Each size is run on a screen of that size (see CMakeLists.txt); on any other screen it fails.
