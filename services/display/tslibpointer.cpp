@@ -84,7 +84,7 @@ QObject *createTslibPointer(QByteArray *reason)
     if (!dev) {
         const int error = errno;
         if (reason)
-            *reason = "cannot open " + device + " (" + strerror(error) + ")";
+            *reason = "cannot open " + device + " (" + QByteArray(strerror(error)) + ")";
         return nullptr;
     }
     if (ts_config(dev)) {
