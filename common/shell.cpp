@@ -10,11 +10,12 @@ void runShell(const char *command)
     Q_UNUSED(status);
 }
 
-BackgroundShell::BackgroundShell(std::initializer_list<const char *> commands) : commands(commands)
+BackgroundShell::BackgroundShell(std::initializer_list<const char *> commands)
+    : commands(commands.begin(), commands.end())
 {
     worker = std::thread([this] {
-        for (const char *command : this->commands)
-            runShell(command);
+        for (const std::string &command : this->commands)
+            runShell(command.c_str());
     });
 }
 

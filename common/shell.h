@@ -2,6 +2,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -20,6 +21,6 @@ public:
     BackgroundShell &operator=(const BackgroundShell &) = delete;
 
 private:
-    std::vector<const char *> commands;
+    std::vector<std::string> commands;
     std::thread worker;
 };

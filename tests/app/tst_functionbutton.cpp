@@ -1,6 +1,7 @@
 // The common button: its application-wide style and its size on each panel.
 #include "common/functionbutton.h"
 #include "common/qtcompat.h"
+#include "testsupport.h"
 
 #include <QApplication>
 #include <QTest>
@@ -45,27 +46,13 @@ void TestFunctionButton::secondButton()
     QCOMPARE(qApp->styleSheet().toUtf8(), QByteArray(ExpectedStyle));
 }
 
-// Counts the style changes a widget is told of (a re-polish after a new application sheet).
-class StyleChangeCounter : public QObject {
-public:
-    explicit StyleChangeCounter(QWidget *widget) { widget->installEventFilter(this); }
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::StyleChange)
-            ++count;
-        return false;
-    }
-};
-
 void TestFunctionButton::secondButtonKeepsOthersPolished()
 {
     FunctionButton first;
     QPushButton other;
     other.ensurePolished();
-    StyleChangeCounter changes(&other);
+    // A new application sheet re-polishes every widget, each told so by a style change.
+    TestSupport::EventCounter changes(&other, QEvent::StyleChange);
     FunctionButton second;
     FunctionButton third;
     // The sheet in place is the button sheet: nothing else is re-polished.
