@@ -40,8 +40,11 @@ def first_frame_ms(command, timeout):
         pass
     env = dict(os.environ, BENCHTEST_FIRST_FRAME=RESULT)
     start = time.monotonic_ns()
-    run = subprocess.run(command, env=env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
-                         timeout=timeout)
+    try:
+        run = subprocess.run(command, env=env, stdout=subprocess.DEVNULL,
+                             stderr=subprocess.PIPE, timeout=timeout)
+    except (OSError, subprocess.TimeoutExpired) as error:
+        sys.exit("startup.py: %s: %s" % (command[-1], error))
     try:
         with open(RESULT) as f:
             words = f.read().split()
