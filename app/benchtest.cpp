@@ -123,21 +123,25 @@ void BenchTest::initStackWidget()
     layout->addWidget(stackedWidget);
     setLayout(layout);
 
+    // The network set-up commands run, in their order, while the pages are built, and have
+    // run before the mode starts: no page uses the network while it is being built.
     switch (modeOf(dipSwitchValue())) {
     case Mode::BurnIn:
         initBurninTestPage();
         break;
     case Mode::Bench:
-    case Mode::Menu:
-        runShell("ifconfig eth0 192.168.90.69");
-        runShell("route add default gw 192.168.90.1");
+    case Mode::Menu: {
+        const BackgroundShell network { "ifconfig eth0 192.168.90.69",
+            "route add default gw 192.168.90.1" };
         initBenchTestPages();
         break;
-    case Mode::SlaveTester:
-        runShell("ifconfig eth0 192.168.90.89");
-        runShell("route add default gw 192.168.90.1");
+    }
+    case Mode::SlaveTester: {
+        const BackgroundShell network { "ifconfig eth0 192.168.90.89",
+            "route add default gw 192.168.90.1" };
         initTesterPage();
         break;
+    }
     case Mode::Unknown:
         break;
     }

@@ -1,7 +1,9 @@
 // The bench-test program: one full-screen BenchTest whose mode the DIP switches choose.
 #include "benchtest.h"
 #include "common/qtcompat.h"
+#include "firstframe.h"
 #include "screenobserver.h"
+#include "services/displayserver.h"
 
 #include <QApplication>
 
@@ -14,8 +16,15 @@ int main(int argc, char *argv[])
         qputenv("QT_FONT_DPI", "72");
     QApplication app(argc, argv);
     BenchTest benchTest;
+    // A finger works from the first screen on, as under a unit's window server, whose pointer
+    // runs from start-up; the calibration closes and reopens it. Opened after the constructor
+    // has put back a calibration that was cut off, so that the pointer reads the good one.
+    if (benchTest.takesTouches())
+        DisplayServer::startMouse();
     // Off unless BENCHTEST_OBSERVE names a file: the screen for a scripted operator.
     ScreenObserver::fromEnvironment(&app);
+    // Off unless BENCHTEST_FIRST_FRAME names a file: the start-up benchmark's clock.
+    FirstFrame::watchFromEnvironment(&benchTest);
     // Window systems without a window manager ignore the full-screen request.
     benchTest.setGeometry(screenGeometry());
     benchTest.showFullScreen();

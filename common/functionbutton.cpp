@@ -23,7 +23,10 @@ FunctionButton::FunctionButton(QWidget *parent) : QPushButton(parent)
 
 void FunctionButton::init()
 {
-    qApp->setStyleSheet(StyleSheet);
+    // Setting a sheet re-polishes every widget of the application, even when the text is the
+    // one already in place; a screen makes dozens of buttons, so only a change is set.
+    if (qApp->styleSheet() != StyleSheet)
+        qApp->setStyleSheet(StyleSheet);
 
     // Sized for the two panels the bench knows; other screens keep the natural size.
     const QRect screen = screenGeometry();

@@ -26,15 +26,15 @@ int &currentTransformation()
 
 // On a board the kernel hands every touch to every reader of the device. A unit whose touch
 // line has one reader per device names the pointer's own in BENCHTEST_POINTER_TSDEVICE.
-QObject *openPointer()
+QObject *openPointer(QByteArray *reason = nullptr)
 {
     const QByteArray own = qgetenv("BENCHTEST_POINTER_TSDEVICE");
     if (own.isEmpty())
-        return createTslibPointer();
+        return createTslibPointer(reason);
     const QByteArray shared = qgetenv("TSLIB_TSDEVICE");
     const bool hadShared = qEnvironmentVariableIsSet("TSLIB_TSDEVICE");
     qputenv("TSLIB_TSDEVICE", own);
-    QObject *handler = createTslibPointer();
+    QObject *handler = createTslibPointer(reason);
     if (hadShared)
         qputenv("TSLIB_TSDEVICE", shared);
     else
@@ -58,6 +58,20 @@ void openMouse()
     if (!pointer())
         fprintf(stderr, "display server: no touch pointer (tslib could not open the device)\n");
     recordHardwareEvent(QStringLiteral("pointer-reload"));
+}
+
+bool startMouse()
+{
+    closeMouse();
+    QByteArray reason;
+    pointer() = openPointer(&reason);
+    if (!pointer()) {
+        fprintf(stderr, "benchtest: touch panel: %s; going on without a touch pointer\n",
+            reason.constData());
+    }
+    recordHardwareEvent(
+        pointer() ? QStringLiteral("pointer-open") : QStringLiteral("pointer-open-failed"));
+    return mouseOpen();
 }
 
 void reloadMouse()

@@ -1,5 +1,6 @@
 #include "tslibpointer.h"
 
+#include <QByteArray>
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QList>
@@ -10,7 +11,9 @@
 
 #include <tslib.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -73,14 +76,24 @@ private:
 
 } // namespace
 
-QObject *createTslibPointer()
+QObject *createTslibPointer(QByteArray *reason)
 {
-    const char *device = getenv("TSLIB_TSDEVICE");
-    tsdev *dev = ts_open(device ? device : "/dev/input/event0", 1);
-    if (!dev)
+    const char *variable = getenv("TSLIB_TSDEVICE");
+    const QByteArray device = variable ? variable : "/dev/input/event0";
+    tsdev *dev = ts_open(device.constData(), 1);
+    if (!dev) {
+        const int error = errno;
+        if (reason)
+            *reason = "cannot open " + device + " (" + QByteArray(strerror(error)) + ")";
         return nullptr;
+    }
     if (ts_config(dev)) {
         ts_close(dev);
+        if (reason) {
+            const char *conf = getenv("TSLIB_CONFFILE");
+            *reason = "tslib cannot set up " + device + " (configuration "
+                + QByteArray(conf ? conf : "tslib's default ts.conf") + ")";
+        }
         return nullptr;
     }
     // The first read sets the line up and flushes it; done now, no later touch is lost.

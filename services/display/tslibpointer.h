@@ -3,6 +3,8 @@
 
 class QObject;
 
+class QByteArray;
+
 // A new handler reading the touch device (calibrated by tslib's own modules), or null when
-// the device cannot be opened.
-QObject *createTslibPointer();
+// the device cannot be opened; then *reason, when given, says why in a few words.
+QObject *createTslibPointer(QByteArray *reason = nullptr);

@@ -1,6 +1,7 @@
 // The common button: its application-wide style and its size on each panel.
 #include "common/functionbutton.h"
 #include "common/qtcompat.h"
+#include "tests/support/testsupport.h"
 
 #include <QApplication>
 #include <QTest>
@@ -10,6 +11,7 @@ class TestFunctionButton : public QObject {
 private Q_SLOTS:
     void styleSheet();
     void secondButton();
+    void secondButtonKeepsOthersPolished();
     void size800x480();
     void size480x272();
     void size320x240();
@@ -42,6 +44,27 @@ void TestFunctionButton::secondButton()
     QCOMPARE(qApp->styleSheet().toUtf8(), QByteArray(ExpectedStyle));
     FunctionButton third;
     QCOMPARE(qApp->styleSheet().toUtf8(), QByteArray(ExpectedStyle));
+}
+
+void TestFunctionButton::secondButtonKeepsOthersPolished()
+{
+    FunctionButton first;
+    QPushButton other;
+    other.ensurePolished();
+    // A new application sheet re-polishes every widget, each told so by a style change.
+    TestSupport::EventCounter changes(&other, QEvent::StyleChange);
+    FunctionButton second;
+    FunctionButton third;
+    // The sheet in place is the button sheet: nothing else is re-polished.
+    QCOMPARE(changes.count, 0);
+    QCOMPARE(qApp->styleSheet().toUtf8(), QByteArray(ExpectedStyle));
+    // Another sheet in between: the next button sets its own again, and the others follow.
+    qApp->setStyleSheet(QStringLiteral("QPushButton{}"));
+    const int afterOther = changes.count;
+    QVERIFY(afterOther > 0);
+    FunctionButton fourth;
+    QCOMPARE(qApp->styleSheet().toUtf8(), QByteArray(ExpectedStyle));
+    QVERIFY(changes.count > afterOther);
 }
 
 // Each size is run on a screen of that size (see CMakeLists.txt); on any other screen it fails.

@@ -124,19 +124,31 @@ QByteArray complaint(const QString &path, const QString &problem);
 // top-level panel with a layout; this drops that one line and passes on the rest.
 void installQuietPlatform();
 
-// Counts the paint events a widget gets while it lives.
-class PaintCounter : public QObject {
+// Counts the events of one type an object gets while the counter lives.
+class EventCounter : public QObject {
 public:
-    explicit PaintCounter(QObject *widget) { widget->installEventFilter(this); }
+    EventCounter(QObject *object, QEvent::Type type) : type(type)
+    {
+        object->installEventFilter(this);
+    }
     int count = 0;
 
 protected:
     bool eventFilter(QObject *, QEvent *event) override
     {
-        if (event->type() == QEvent::Paint)
+        if (event->type() == type)
             ++count;
         return false;
     }
+
+private:
+    QEvent::Type type;
+};
+
+// Counts the paint events a widget gets while it lives.
+class PaintCounter : public EventCounter {
+public:
+    explicit PaintCounter(QObject *widget) : EventCounter(widget, QEvent::Paint) { }
 };
 
 // Runs a program with its arguments and waits for it; its exit status, or -1 when it could not

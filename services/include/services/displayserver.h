@@ -8,6 +8,10 @@ namespace DisplayServer {
 void closeMouse();
 // Starts the pointer again; tslib reads the calibration file anew, so a new file takes effect.
 void openMouse();
+// Opens the pointer as the program starts, as a unit's window server does. Without a touch
+// device the program goes on without a pointer: one line on standard error says why, and the
+// result is false.
+bool startMouse();
 // closeMouse() then openMouse().
 void reloadMouse();
 bool mouseOpen();
