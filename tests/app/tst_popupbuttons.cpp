@@ -14,24 +14,22 @@ class tst_PopupButtons : public QObject {
 private Q_SLOTS:
     void cornersAreSeeThrough_data()
     {
+        QTest::addColumn<int>("which");
         QTest::addColumn<QString>("text");
-        QTest::newRow("Start") << QStringLiteral("Start");
-        QTest::newRow("Again") << QStringLiteral("Again");
-        QTest::newRow("Next") << QStringLiteral("Next");
+        QTest::newRow("Start") << int(BenchTest::Popup::Start) << QStringLiteral("Start");
+        QTest::newRow("Again") << int(BenchTest::Popup::Again) << QStringLiteral("Again");
+        QTest::newRow("Next") << int(BenchTest::Popup::Next) << QStringLiteral("Next");
     }
 
     void cornersAreSeeThrough()
     {
+        QFETCH(int, which);
         QFETCH(QString, text);
         TestSupport::writeSim(QStringLiteral("dip"), QStringLiteral("0"));
         BenchTest bench;
-        FunctionButton *button = nullptr;
-        for (QWidget *widget : QApplication::topLevelWidgets()) {
-            auto *candidate = qobject_cast<FunctionButton *>(widget);
-            if (candidate && candidate->text() == text)
-                button = candidate;
-        }
+        FunctionButton *button = bench.popup(BenchTest::Popup(which));
         QVERIFY(button);
+        QCOMPARE(button->text().trimmed(), text);
         QVERIFY(button->isWindow());
         QVERIFY(button->testAttribute(Qt::WA_TranslucentBackground));
         // Drawn on its own, the corner outside the rounded image stays fully transparent.

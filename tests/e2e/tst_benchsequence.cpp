@@ -1,11 +1,12 @@
 // The serial and Ethernet stages of the bench sequence, run on the unit under test of the
 // virtual bench against the real slave tester in the other unit: the worker's "Start",
 // "Next" and "Again" presses, the results in the error device list, and a pulled COM2 cable.
-#include "tests/support/benchcable.h"
 #include "benchtest.h"
+#include "common/functionbutton.h"
 #include "common/functionkeys.h"
 #include "communicationtest.h"
 #include "errordevicelistinterface.h"
+#include "tests/support/benchcable.h"
 
 #include <QApplication>
 #include <QFile>
@@ -46,25 +47,6 @@ const QList<Stage> &model7Stages()
         { EthernetFunction, "Ethernet test", "Again Ethernet", "Next USB" },
     };
     return stages;
-}
-
-QPushButton *popup(const QString &textPrefix)
-{
-    for (QWidget *w : QApplication::topLevelWidgets()) {
-        auto *button = qobject_cast<QPushButton *>(w);
-        if (button && button->text().startsWith(textPrefix))
-            return button;
-    }
-    return nullptr;
-}
-
-QPushButton *nextPopup()
-{
-    for (QWidget *w : QApplication::topLevelWidgets()) {
-        if (w->objectName() == QLatin1String("nextbutton"))
-            return qobject_cast<QPushButton *>(w);
-    }
-    return nullptr;
 }
 
 } // namespace
@@ -129,7 +111,7 @@ void TestBenchTest::startAtSerialStages()
     // The constructor showed the blank start page and armed the step to stage 1; let that
     // step land on the first serial stage instead.
     bench->continueAfterStage(FirstSerialStage - 1);
-    QPushButton *start = popup(QStringLiteral("Start"));
+    QPushButton *start = bench->popup(BenchTest::Popup::Start);
     QVERIFY(start);
     QTRY_VERIFY_WITH_TIMEOUT(start->isVisible(), 5000);
     QCOMPARE(comm->findChild<QLabel *>(QStringLiteral("titleLabel"))->text(),
@@ -147,8 +129,8 @@ void TestBenchTest::finishStage(QSignalSpy &results, int index, const QString &r
     QCOMPARE(report.at(0).toString(), stage.title);
     QCOMPARE(report.at(1).toString(), result);
 
-    QPushButton *again = popup(QStringLiteral("Again"));
-    QPushButton *next = nextPopup();
+    QPushButton *again = bench->popup(BenchTest::Popup::Again);
+    QPushButton *next = bench->popup(BenchTest::Popup::Next);
     QVERIFY(again);
     QVERIFY(next);
     QTRY_VERIFY(next->isVisible());
@@ -184,7 +166,7 @@ void TestBenchTest::everyCommunicationStagePasses()
         QCOMPARE(bench->stage(), FirstSerialStage + i);
         if (model7Stages().at(i).key == Com2RS422Function) {
             // "Again" repeats the stage and stays on it, however often it is pressed.
-            QPushButton *again = popup(QStringLiteral("Again"));
+            QPushButton *again = bench->popup(BenchTest::Popup::Again);
             for (int n = 1; n <= 5; ++n) {
                 QTest::mouseClick(again, Qt::LeftButton);
                 QTRY_COMPARE_WITH_TIMEOUT(results.count(), i + 1 + n, StageTimeout);
@@ -196,7 +178,7 @@ void TestBenchTest::everyCommunicationStagePasses()
             results.erase(results.end() - 5, results.end());
         }
         if (i + 1 < count)
-            QTest::mouseClick(nextPopup(), Qt::LeftButton);
+            QTest::mouseClick(bench->popup(BenchTest::Popup::Next), Qt::LeftButton);
     }
 
     bench->callFunction(QStringLiteral("Error Device List"));
@@ -218,7 +200,7 @@ void TestBenchTest::pulledCom2CableFailsItsThreeStages()
         const bool com2 = model7Stages().at(i).title.startsWith(QLatin1String("COM port 2"));
         finishStage(results, i, com2 ? QStringLiteral("fail!") : QStringLiteral("ok!"));
         if (i + 1 < count)
-            QTest::mouseClick(nextPopup(), Qt::LeftButton);
+            QTest::mouseClick(bench->popup(BenchTest::Popup::Next), Qt::LeftButton);
     }
 
     bench->callFunction(QStringLiteral("Error Device List"));
@@ -232,7 +214,7 @@ void TestBenchTest::pulledCom2CableFailsItsThreeStages()
     QVERIFY(listNext->isHidden());
 
     // The worker sees a COM2 stage fail, plugs the cable back in and presses "Again".
-    QPushButton *again = popup(QStringLiteral("Again"));
+    QPushButton *again = bench->popup(BenchTest::Popup::Again);
     for (int i = 3; i <= 5; ++i) {
         const Stage &stage = model7Stages().at(i);
         QVERIFY(setBenchCable(QStringLiteral("com2"), QStringLiteral("unplug")));

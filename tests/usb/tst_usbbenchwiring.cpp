@@ -2,14 +2,15 @@
 // its place in the stack, the gadget loaded once at start and again by "Again", results into
 // the error list, the bench walk's USB stage with its "Again " and "Next " buttons, and the
 // menu's two USB keys.
-#include "tests/support/calibrationtestsupport.h"
 #include "benchtest.h"
+#include "common/functionbutton.h"
 #include "common/functionkeys.h"
 #include "errordevicelistinterface.h"
 #include "functiontestinterface.h"
+#include "tests/support/calibrationtestsupport.h"
 #include "tests/support/testsupport.h"
-#include "usbhostdevicetest.h"
 #include "tests/support/usbtestsupport.h"
+#include "usbhostdevicetest.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -25,26 +26,6 @@ using namespace UsbTestSupport;
 namespace {
 const QString Heading = QStringLiteral("Error device lists\n=============================\n");
 const QString Gadget = QStringLiteral("usb-gadget /tmp/ram.img");
-
-QPushButton *popup(const QString &textStart)
-{
-    for (QWidget *w : QApplication::topLevelWidgets()) {
-        auto *button = qobject_cast<QPushButton *>(w);
-        if (button && w->objectName() != QLatin1String("nextbutton")
-            && button->text().startsWith(textStart))
-            return button;
-    }
-    return nullptr;
-}
-
-QPushButton *nextPopup()
-{
-    for (QWidget *w : QApplication::topLevelWidgets()) {
-        if (w->objectName() == QLatin1String("nextbutton"))
-            return qobject_cast<QPushButton *>(w);
-    }
-    return nullptr;
-}
 
 QStackedWidget *stack(BenchTest &bench)
 {
@@ -108,8 +89,8 @@ private Q_SLOTS:
         QCOMPARE(
             resultText(usb), QStringLiteral("<font color='black'>USB Device Test Pass!</font>"));
         QCOMPARE(list->listText(), Heading);
-        QCOMPARE(popup(QStringLiteral("Again"))->text(), QStringLiteral("Again "));
-        QCOMPARE(nextPopup()->text(), QStringLiteral("Next "));
+        QCOMPARE(bench.popup(BenchTest::Popup::Again)->text(), QStringLiteral("Again "));
+        QCOMPARE(bench.popup(BenchTest::Popup::Next)->text(), QStringLiteral("Next "));
     }
 
     void walkUsbStageAgainAndNext_data()
@@ -139,8 +120,8 @@ private Q_SLOTS:
         QCOMPARE(stack(bench)->currentWidget(), usb);
         QCOMPARE(results.count(), 1);
         QCOMPARE(results.at(0), (QList<QVariant> { QStringLiteral("USB"), QStringLiteral("ok!") }));
-        QPushButton *again = popup(QStringLiteral("Again"));
-        QPushButton *next = nextPopup();
+        QPushButton *again = bench.popup(BenchTest::Popup::Again);
+        QPushButton *next = bench.popup(BenchTest::Popup::Next);
         QVERIFY(again);
         QVERIFY(next);
         QCOMPARE(again->text(), QStringLiteral("Again "));
@@ -187,8 +168,8 @@ private Q_SLOTS:
         QCOMPARE(
             resultText(usb), QStringLiteral("<font color='red'>USB Host Test Not Pass!</font>"));
         // In the menu the USB page shows no "Again" or "Next".
-        QVERIFY(!popup(QStringLiteral("Again"))->isVisible());
-        QVERIFY(!nextPopup()->isVisible());
+        QVERIFY(!bench.popup(BenchTest::Popup::Again)->isVisible());
+        QVERIFY(!bench.popup(BenchTest::Popup::Next)->isVisible());
 
         stack(bench)->setCurrentWidget(menu);
         auto *device = menu->findChild<QPushButton *>(UsbDeviceFunction);
@@ -199,7 +180,7 @@ private Q_SLOTS:
         QCOMPARE(results.at(1).at(1).toString(), QStringLiteral("ok!"));
         QCOMPARE(
             resultText(usb), QStringLiteral("<font color='black'>USB Device Test Pass!</font>"));
-        QVERIFY(!popup(QStringLiteral("Again"))->isVisible());
+        QVERIFY(!bench.popup(BenchTest::Popup::Again)->isVisible());
     }
 };
 
