@@ -5,7 +5,7 @@
 #include "common/qtcompat.h"
 #include "common/unitrecord.h"
 #include "hexkeyboard.h"
-#include "inputpanelinterface.h"
+#include "input/inputpanelinterface.h"
 #include "services/fm25v02.h"
 #include "services/fram.h"
 #include "ui_macaddresswidget.h"

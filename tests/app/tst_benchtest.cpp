@@ -1,14 +1,14 @@
 // The main widget: modes by DIP value, pages, network set-up, calibration restore, popup
 // buttons and the walk through the bench sequence. Runs only inside a virtual unit: it
 // reconfigures eth0 and deletes files under /brimdale.
-#include "backlightinterface.h"
-#include "batterypowerinterface.h"
-#include "benchtest.h"
+#include "app/benchtest.h"
+#include "comm/communicationtest.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
 #include "common/portnames.h"
-#include "communicationtest.h"
-#include "functiontestinterface.h"
+#include "menu/functiontestinterface.h"
+#include "screens/backlightinterface.h"
+#include "screens/batterypowerinterface.h"
 #include "testsupport.h"
 
 #include "../calibration/calibrationtestsupport.h"

@@ -1,6 +1,6 @@
 // The burn-in screen on a pseudo-terminal whose far end this test echoes (a loopback plug),
 // drains (nothing connected) or switches between the two.
-#include "burnintestinterface.h"
+#include "comm/burnintestinterface.h"
 #include "commtestsupport.h"
 
 #include <QFile>

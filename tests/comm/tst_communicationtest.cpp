@@ -1,8 +1,8 @@
 // The loopback test screen against partners made here: a pseudo-terminal whose far end this
 // test echoes, drains or cuts short, and a TCP echo server on 127.0.0.1.
+#include "comm/communicationtest.h"
 #include "common/portnames.h"
 #include "commtestsupport.h"
-#include "communicationtest.h"
 #include "services/interface.h"
 
 #include <QElapsedTimer>

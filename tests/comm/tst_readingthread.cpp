@@ -1,7 +1,7 @@
 // The echo thread on a pseudo-terminal whose far end this test drives.
+#include "comm/readingthread.h"
 #include "common/portnames.h"
 #include "commtestsupport.h"
-#include "readingthread.h"
 
 #include <QTest>
 

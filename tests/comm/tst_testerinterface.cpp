@@ -1,9 +1,9 @@
 // The slave tester: its labels per panel model, its serial echo on pseudo-terminals whose far
 // ends this test drives, and its TCP echo to clients on 127.0.0.1.
+#include "comm/readingthread.h"
+#include "comm/testerinterface.h"
 #include "common/portnames.h"
 #include "commtestsupport.h"
-#include "readingthread.h"
-#include "testerinterface.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -426,7 +426,8 @@ private Q_SLOTS:
             const QByteArray chunk = printableRun(64 * 1024);
             fcntl(greedy, F_SETFL, fcntl(greedy, F_GETFL) | O_NONBLOCK);
             while (!stop.load()) {
-                const ssize_t n = ::send(greedy, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
+                const ssize_t n
+                    = ::send(greedy, chunk.constData(), size_t(chunk.size()), MSG_NOSIGNAL);
                 if (n > 0) {
                     sent += n;
                     continue;
@@ -450,7 +451,9 @@ private Q_SLOTS:
         // The echo waiting for the greedy client stays near its bound (1 MiB plus what one
         // read brings in), however much the client pushed.
         QVERIFY2(mostPending <= 1024 * 1024 + 2 * 64 * 1024,
-            qPrintable(QStringLiteral("pending %1 bytes after %2 sent").arg(mostPending).arg(sent.load())));
+            qPrintable(QStringLiteral("pending %1 bytes after %2 sent")
+                           .arg(mostPending)
+                           .arg(sent.load())));
         QVERIFY2(sent.load() < 64LL * 1024 * 1024, qPrintable(QString::number(sent.load())));
     }
 
@@ -467,7 +470,8 @@ private Q_SLOTS:
         // Reported once while the reason stays the same.
         QCOMPARE(out.text().count(QStringLiteral("cannot listen")), 1);
         holder.reset();
-        QTRY_VERIFY_WITH_TIMEOUT(out.text().contains(QStringLiteral("listening on TCP port 36888 now")), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            out.text().contains(QStringLiteral("listening on TCP port 36888 now")), 5000);
         QVERIFY(echoesWithin(1000));
     }
 
@@ -507,7 +511,10 @@ private Q_SLOTS:
                     ++whole;
                 } else {
                     std::lock_guard<std::mutex> lock(failureMutex);
-                    failures << QStringLiteral("client %1: %2 of %3 bytes").arg(i).arg(back.size()).arg(size);
+                    failures << QStringLiteral("client %1: %2 of %3 bytes")
+                                    .arg(i)
+                                    .arg(back.size())
+                                    .arg(size);
                 }
             }
         });

@@ -2,9 +2,9 @@
 // supply file as the stick holds it, the message boxes, the small panel's keyboard, the
 // scanner's keys and the raw /dev/fram path.
 #include "common/qtcompat.h"
-#include "hexkeyboard.h"
-#include "inputpanelinterface.h"
-#include "macaddresswidget.h"
+#include "input/inputpanelinterface.h"
+#include "mac/hexkeyboard.h"
+#include "mac/macaddresswidget.h"
 #include "mactestsupport.h"
 #include "services/fram.h"
 

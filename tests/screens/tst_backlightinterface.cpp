@@ -1,6 +1,6 @@
 // The backlight check blinks between off and full brightness and leaves it at full.
-#include "backlightinterface.h"
 #include "common/functionbutton.h"
+#include "screens/backlightinterface.h"
 #include "testsupport.h"
 
 #include <QBoxLayout>

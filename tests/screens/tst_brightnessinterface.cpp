@@ -1,8 +1,8 @@
 // The brightness check: presses in the top quarters step the level (repeating while held,
 // out-of-range requests sounding the error tone but still reaching the LCD), the bottom half
 // restores full brightness and leaves.
-#include "brightnessinterface.h"
 #include "common/qtcompat.h"
+#include "screens/brightnessinterface.h"
 #include "testsupport.h"
 
 #include <QElapsedTimer>
@@ -311,7 +311,7 @@ void TestBrightnessInterface::heldPressStepsEvery50ms()
     const int steps = events.count() / 2;
     QVERIFY2(steps >= 2, qPrintable(events.join(QLatin1Char('|'))));
     QVERIFY2((steps - 1) * 45 <= elapsed,
-             qPrintable(QStringLiteral("%1 steps in %2 ms").arg(steps).arg(elapsed)));
+        qPrintable(QStringLiteral("%1 steps in %2 ms").arg(steps).arg(elapsed)));
     QStringList expected;
     for (int level = 1; level <= steps; ++level)
         expected << QStringLiteral("sound %1").arg(level <= 20 ? 1 : 5)

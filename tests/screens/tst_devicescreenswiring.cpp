@@ -2,15 +2,15 @@
 // bench modes, the bench walk through the brightness and DIP stages, and each screen started
 // from its button in the function menu and returning to the menu.
 #include "../calibration/calibrationtestsupport.h"
-#include "benchtest.h"
-#include "brightnessinterface.h"
+#include "app/benchtest.h"
+#include "comm/communicationtest.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
 #include "common/qtcompat.h"
-#include "communicationtest.h"
-#include "dipswitchinterface.h"
-#include "functiontestinterface.h"
-#include "lcminterface.h"
+#include "menu/functiontestinterface.h"
+#include "screens/brightnessinterface.h"
+#include "screens/dipswitchinterface.h"
+#include "screens/lcminterface.h"
 #include "testsupport.h"
 
 #include <QPushButton>

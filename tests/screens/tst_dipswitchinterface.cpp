@@ -2,7 +2,7 @@
 // the screen polls it. All ON, then all OFF, each with the signal tone; the screen leaves
 // 100 ms after the second.
 #include "common/qtcompat.h"
-#include "dipswitchinterface.h"
+#include "screens/dipswitchinterface.h"
 #include "testsupport.h"
 
 #include <QElapsedTimer>

@@ -2,7 +2,7 @@
 // each "Continue" clicks, and a screen shown again starts on the bands.
 #include "common/functionbutton.h"
 #include "common/qtcompat.h"
-#include "lcminterface.h"
+#include "screens/lcminterface.h"
 #include "testsupport.h"
 
 #include <QBoxLayout>

@@ -2,8 +2,8 @@
 // the record handed to the clock (day of week and day of year as the toolkit counts them),
 // "Again", and the one-second redraw that does not advance the shown time.
 #include "common/functionbutton.h"
-#include "inputpanelinterface.h"
-#include "rtcinterface.h"
+#include "input/inputpanelinterface.h"
+#include "screens/rtcinterface.h"
 #include "testsupport.h"
 
 #include <QLabel>

@@ -3,12 +3,12 @@
 // the error list, the bench walk's USB stage with its "Again " and "Next " buttons, and the
 // menu's two USB keys.
 #include "../calibration/calibrationtestsupport.h"
-#include "benchtest.h"
+#include "app/benchtest.h"
+#include "comm/errordevicelistinterface.h"
 #include "common/functionkeys.h"
-#include "errordevicelistinterface.h"
-#include "functiontestinterface.h"
+#include "menu/functiontestinterface.h"
 #include "testsupport.h"
-#include "usbhostdevicetest.h"
+#include "usb/usbhostdevicetest.h"
 #include "usbtestsupport.h"
 
 #include <QApplication>

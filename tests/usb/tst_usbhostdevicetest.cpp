@@ -2,7 +2,7 @@
 // the host test on the stick, the device test through the cable into the gadget's RAM image,
 // their result lines and reports, and the shell commands they run.
 #include "testsupport.h"
-#include "usbhostdevicetest.h"
+#include "usb/usbhostdevicetest.h"
 #include "usbtestsupport.h"
 
 #include <QBoxLayout>
