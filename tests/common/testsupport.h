@@ -124,20 +124,39 @@ QByteArray complaint(const QString &path, const QString &problem);
 // top-level panel with a layout; this drops that one line and passes on the rest.
 void installQuietPlatform();
 
-// Counts the paint events a widget gets while it lives.
-class PaintCounter : public QObject {
+// Counts the events of one type an object gets while it lives. With QEvent::Timer it counts
+// the ticks of a screen's own timer: "three polls have passed" is a condition to await, which
+// a loaded machine can delay but not cut short, where a fixed wait may see no poll at all.
+class EventCounter : public QObject {
 public:
-    explicit PaintCounter(QObject *widget) { widget->installEventFilter(this); }
+    EventCounter(QObject *target, QEvent::Type type) : type(type)
+    {
+        target->installEventFilter(this);
+    }
     int count = 0;
 
 protected:
     bool eventFilter(QObject *, QEvent *event) override
     {
-        if (event->type() == QEvent::Paint)
+        if (event->type() == type)
             ++count;
         return false;
     }
+
+private:
+    QEvent::Type type;
 };
+
+// Counts the paint events a widget gets while it lives.
+class PaintCounter : public EventCounter {
+public:
+    explicit PaintCounter(QObject *widget) : EventCounter(widget, QEvent::Paint) { }
+};
+
+// Returns once the window system has answered what was asked of it (on X, a round trip) and
+// the events that brought, and the update requests already posted, have been delivered: the
+// paints of a window that was just shown or changed are then done, however busy the machine.
+void settleWindows();
 
 // Runs a program with its arguments and waits for it; its exit status, or -1 when it could not
 // be started or did not end normally. Standard output goes to *output when given. Not
