@@ -193,6 +193,7 @@ private Q_SLOTS:
         bench.callFunction(Com1RS232Function);
         FunctionButton *start = popup(QStringLiteral("Start"));
         QVERIFY(start && start->isVisible());
+        // Asserts that the test does not start by itself: a fixed wait of many timer ticks.
         QTest::qWait(100);
         QCOMPARE(stop.count(), 0);
         QCOMPARE(test->findChild<QLabel *>(QStringLiteral("totalCountLabel"))->text(),

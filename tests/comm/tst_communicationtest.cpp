@@ -261,7 +261,8 @@ private Q_SLOTS:
             QVERIFY(!port->isOpen());
         const QString total = label(test, "totalCountLabel")->text();
         const int sent = one.receivedCount();
-        // The timer is stopped: nothing more goes out and the counter stands still.
+        // The timer is stopped: nothing more goes out and the counter stands still. Asserts
+        // that nothing comes, so a fixed wait of many 1 ms ticks.
         QTest::qWait(100);
         QCOMPARE(one.receivedCount(), sent);
         QCOMPARE(label(test, "totalCountLabel")->text(), total);
@@ -309,6 +310,7 @@ private Q_SLOTS:
         QCOMPARE(label(test, "totalCountLabel")->text(), QStringLiteral("00000EC0"));
         QCOMPARE(label(test, "errorCountLabel")->text(), QStringLiteral("0000"));
         QCOMPARE(partner.received(), printableRun(59 * 64));
+        // Asserts that nothing more goes out: a fixed wait of many 1 ms ticks.
         QTest::qWait(50);
         QCOMPARE(stopSpy.count(), 1);
         QCOMPARE(partner.receivedCount(), 59 * 64);
