@@ -790,8 +790,8 @@ void tst_MacAddressWidget::shots()
     const QRect screen = screenGeometry();
     const QString size = QStringLiteral("%1x%2").arg(screen.width()).arg(screen.height());
     auto shoot = [&](const QString &name) {
-        QApplication::processEvents();
-        QTest::qWait(200);
+        // The X screen holds what was drawn once the X server has answered.
+        TestSupport::settleWindows();
         QVERIFY(QGuiApplication::primaryScreen()->grabWindow(0).save(
             QStringLiteral("%1/mac-%2-%3.png").arg(dir, name, size)));
     };
