@@ -30,7 +30,7 @@ int dipSounds()
 // How long a poll may be held up on a loaded machine before a test gives up on it.
 constexpr int PollTimeout = 10000;
 
-// When the first poll (a timer event of the page) after start() began, on the clock started.
+// The time of the page's first poll (a timer event) after start(), on the clock start() began.
 class FirstPoll : public QObject {
 public:
     explicit FirstPoll(QObject *page) { page->installEventFilter(this); }
