@@ -1,6 +1,6 @@
 #include "screenobserver.h"
 
-#include "errordevicelistinterface.h"
+#include "comm/errordevicelistinterface.h"
 
 #include <QAbstractButton>
 #include <QApplication>

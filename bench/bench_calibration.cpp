@@ -1,8 +1,8 @@
 // Calibration timing on a virtual unit with a touch panel (sim/virtual-unit --touch): the time
 // from the fifth touch to the accuracy prompt, and what a sampling run costs beyond waiting for
 // the touches. The floor is the animation: ten 1 ms steps for every animated target.
-#include "calibration.h"
-#include "caliinterface.h"
+#include "calibration/calibration.h"
+#include "calibration/caliinterface.h"
 
 #include <QApplication>
 #include <QFile>

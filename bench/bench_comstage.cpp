@@ -1,7 +1,7 @@
 // Times faultless 59-block serial stages of the communication test against the slave tester
 // on the virtual bench, and, in the same process, the floor such a stage cannot beat: 59 times
 // one 1 ms timer tick followed by the tester's 1 ms echo delay.
-#include "communicationtest.h"
+#include "comm/communicationtest.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,6 +1,6 @@
 // The baseline of bench/run-startup: the smallest full-screen Qt widget program, timed to its
 // first frame by the same hook as benchtest (BENCHTEST_FIRST_FRAME).
-#include "firstframe.h"
+#include "app/firstframe.h"
 
 #include <QApplication>
 #include <QScreen>

@@ -1,8 +1,8 @@
 // CPU the communication screens cost when there is nobody to talk to: the burn-in test on a
 // port that will not open and the Ethernet test without a partner, each against an idle event
 // loop measured in the same process just before.
-#include "burnintestinterface.h"
-#include "communicationtest.h"
+#include "comm/burnintestinterface.h"
+#include "comm/communicationtest.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,5 +1,6 @@
 #include "calibration.h"
 
+#include "common/shell.h"
 #include "services/touch.h"
 
 #include <QDebug>
@@ -118,24 +119,24 @@ int saveCalibration(calibration cal)
 
 void backupCalibrationFiles()
 {
-    system("cp /brimdale/configs/tspointercal /brimdale/configs/tspointercal.lastgood");
-    system("cp /brimdale/configs/ts_def /brimdale/configs/tspointercal");
-    system("sync");
+    runShell("cp /brimdale/configs/tspointercal /brimdale/configs/tspointercal.lastgood");
+    runShell("cp /brimdale/configs/ts_def /brimdale/configs/tspointercal");
+    runShell("sync");
 }
 
 void applyCalibrationFiles()
 {
     puts("apply new setting");
     fflush(stdout);
-    system("rm /brimdale/configs/tspointercal.lastgood");
-    system("sync");
+    runShell("rm /brimdale/configs/tspointercal.lastgood");
+    runShell("sync");
 }
 
 void restoreCalibrationFiles()
 {
     puts("do restore setting");
     fflush(stdout);
-    system("cp /brimdale/configs/tspointercal.lastgood /brimdale/configs/tspointercal");
-    system("rm /brimdale/configs/tspointercal.lastgood");
-    system("sync");
+    runShell("cp /brimdale/configs/tspointercal.lastgood /brimdale/configs/tspointercal");
+    runShell("rm /brimdale/configs/tspointercal.lastgood");
+    runShell("sync");
 }

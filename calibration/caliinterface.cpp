@@ -4,6 +4,7 @@
 
 #include "common/functionbutton.h"
 #include "common/qtcompat.h"
+#include "common/shell.h"
 #include "services/displayserver.h"
 #include "services/fram.h"
 
@@ -16,7 +17,6 @@
 #include <QPixmap>
 
 #include <cstdio>
-#include <cstdlib>
 #include <utility>
 
 caliInterface::caliInterface(QWidget *parent) : QWidget(parent)
@@ -176,7 +176,7 @@ void caliInterface::doCalibration()
         return;
     }
     saveCalibration(cal);
-    system("sync");
+    runShell("sync");
     reloadMouse();
     DisplayServer::hideCursor();
 

@@ -1,13 +1,10 @@
 #include "common/shell.h"
 
-#include <QtGlobal>
-
 #include <cstdlib>
 
-void runShell(const char *command)
+int runShell(const char *command)
 {
-    const int status = std::system(command);
-    Q_UNUSED(status);
+    return std::system(command);
 }
 
 BackgroundShell::BackgroundShell(std::initializer_list<const char *> commands)

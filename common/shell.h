@@ -6,9 +6,10 @@
 #include <thread>
 #include <vector>
 
-// Runs one command line through system(). Results are not checked: a unit whose network,
-// files or gadget cannot be set up shows it in the tests that follow.
-void runShell(const char *command);
+// Runs one command line through system() and returns its status (-1 when no shell could be
+// started). Most callers do not check it: a unit whose network, files or gadget cannot be set
+// up shows it in the tests that follow.
+int runShell(const char *command);
 
 // Runs command lines one after the other through system() (as runShell) on a thread of their
 // own, so that the caller goes on with its own work meanwhile; the destructor returns once the

@@ -1,6 +1,6 @@
 #include "hexkeyboard.h"
 
-#include "inputpanelinterface.h"
+#include "input/inputpanelinterface.h"
 
 #include <QPainter>
 #include <QPixmap>

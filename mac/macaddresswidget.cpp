@@ -3,9 +3,10 @@
 #include "common/messagebox.h"
 #include "common/panelmodel.h"
 #include "common/qtcompat.h"
+#include "common/shell.h"
 #include "common/unitrecord.h"
 #include "hexkeyboard.h"
-#include "inputpanelinterface.h"
+#include "input/inputpanelinterface.h"
 #include "services/fm25v02.h"
 #include "services/fram.h"
 #include "ui_macaddresswidget.h"
@@ -18,7 +19,6 @@
 #include <QTextStream>
 
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -59,7 +59,7 @@ int monitorModel()
 
 void runCommand(const QString &command)
 {
-    if (std::system(command.toLocal8Bit().constData()) == -1)
+    if (runShell(command.toLocal8Bit().constData()) == -1)
         qDebug() << "cannot run" << command;
 }
 

@@ -2,7 +2,7 @@
 
 #include "common/functionbutton.h"
 #include "common/qtcompat.h"
-#include "inputpanelinterface.h"
+#include "input/inputpanelinterface.h"
 #include "services/fram.h"
 #include "services/krtc.h"
 

@@ -1,11 +1,11 @@
 // Renders the communication screens to PNG files so that a person can look at them:
 // rendercomm OUTDIR. Run it in a virtual unit with the screen size wanted; each screen is
 // shown full screen in a state with traffic on it.
-#include "burnintestinterface.h"
+#include "comm/burnintestinterface.h"
+#include "comm/communicationtest.h"
+#include "comm/errordevicelistinterface.h"
+#include "comm/testerinterface.h"
 #include "tests/support/commtestsupport.h"
-#include "communicationtest.h"
-#include "errordevicelistinterface.h"
-#include "testerinterface.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,13 +1,13 @@
 // Renders the program's screens to PNG files so that a person can look at them without a
 // unit: rendershots OUTDIR. Run it in a virtual unit with the screen size and model wanted;
 // it shows the real BenchTest for the DIP value of the unit, then each page in turn.
-#include "benchtest.h"
-#include "brightnessinterface.h"
+#include "app/benchtest.h"
 #include "common/functionbutton.h"
-#include "dipswitchinterface.h"
-#include "keyandledinterface.h"
-#include "lcminterface.h"
-#include "rtcinterface.h"
+#include "screens/brightnessinterface.h"
+#include "screens/dipswitchinterface.h"
+#include "screens/keyandledinterface.h"
+#include "screens/lcminterface.h"
+#include "screens/rtcinterface.h"
 #include "services/klcd.h"
 
 #include <QApplication>

@@ -1,7 +1,7 @@
 // Renders the USB page after a host and a device test, for a person to look at:
 // renderusb OUTDIR WxH, inside a virtual unit (with --usb-stick and --usb-cable for the pass
 // lines, without them for the fail lines).
-#include "usbhostdevicetest.h"
+#include "usb/usbhostdevicetest.h"
 
 #include <QApplication>
 #include <QBoxLayout>

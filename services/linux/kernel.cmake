@@ -16,7 +16,6 @@ add_library(serviceslinux STATIC
     ${CMAKE_CURRENT_LIST_DIR}/spibus.h ${CMAKE_CURRENT_LIST_DIR}/spibus.cpp
     ${CMAKE_CURRENT_LIST_DIR}/sysfsbacklight.h ${CMAKE_CURRENT_LIST_DIR}/sysfsbacklight.cpp
 )
-target_include_directories(serviceslinux PUBLIC ${CMAKE_CURRENT_LIST_DIR})
 # Position-independent, so that it can go into a shared services library as well.
 set_target_properties(serviceslinux PROPERTIES POSITION_INDEPENDENT_CODE ON)
 target_link_libraries(serviceslinux

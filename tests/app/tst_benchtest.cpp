@@ -1,14 +1,14 @@
 // The main widget: modes by DIP value, pages, network set-up, calibration restore, popup
 // buttons and the walk through the bench sequence. Runs only inside a virtual unit: it
 // reconfigures eth0 and deletes files under /brimdale.
-#include "backlightinterface.h"
-#include "batterypowerinterface.h"
-#include "benchtest.h"
+#include "app/benchtest.h"
+#include "comm/communicationtest.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
 #include "common/portnames.h"
-#include "communicationtest.h"
-#include "functiontestinterface.h"
+#include "menu/functiontestinterface.h"
+#include "screens/backlightinterface.h"
+#include "screens/batterypowerinterface.h"
 #include "tests/support/testsupport.h"
 
 #include "tests/support/calibrationtestsupport.h"
@@ -271,7 +271,8 @@ void TestBenchTest::menuModeShowsTheMenu()
     writeSim(QStringLiteral("dip"), QStringLiteral("1"));
     BenchTest bench;
     QCOMPARE(stack(bench)->currentIndex(), 1);
-    // The start page's timer belongs to the bench walk only: the menu stays.
+    // The start page's timer belongs to the bench walk only: the menu stays. Asserts that
+    // nothing happens, so a fixed wait longer than that timer.
     QTest::qWait(400);
     QCOMPARE(stack(bench)->currentIndex(), 1);
     QCOMPARE(stage(bench), -1);
@@ -311,6 +312,7 @@ void TestBenchTest::unknownDipValue()
     writeSim(QStringLiteral("dip"), dip);
     DebugCapture capture;
     BenchTest bench;
+    // Asserts that nothing is built or run later either: a fixed wait.
     QTest::qWait(300);
     QCOMPARE(stack(bench)->count(), 0);
     QCOMPARE(capture.messages.count(QStringLiteral("Unknown Dip Switch Value!")), 1);

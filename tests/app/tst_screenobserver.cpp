@@ -1,7 +1,7 @@
 // The opt-in screen description for a scripted operator: what it lists, how it escapes texts,
 // and the file it keeps up to date only while BENCHTEST_OBSERVE names one.
-#include "errordevicelistinterface.h"
-#include "screenobserver.h"
+#include "app/screenobserver.h"
+#include "comm/errordevicelistinterface.h"
 
 #include <QDir>
 #include <QFile>

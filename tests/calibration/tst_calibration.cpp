@@ -1,7 +1,7 @@
 // The calibration machinery: the least-squares fit, the calibration file and the file steps
 // around a run, checked on the unit's own /brimdale/configs.
-#include "calibration.h"
-#include "caliinterface.h"
+#include "calibration/calibration.h"
+#include "calibration/caliinterface.h"
 
 #include "tests/support/calibrationtestsupport.h"
 

@@ -1,8 +1,8 @@
 // The bench walk (DIP 0, model 7) starts with the calibration: after the five touches, the
 // accuracy test and Next, the sequence moves on to its second stage, the brightness page.
-#include "benchtest.h"
-#include "calibration.h"
-#include "caliinterface.h"
+#include "app/benchtest.h"
+#include "calibration/calibration.h"
+#include "calibration/caliinterface.h"
 
 #include "tests/support/calibrationtestsupport.h"
 

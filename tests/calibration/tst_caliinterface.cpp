@@ -1,7 +1,7 @@
 // The calibration page on a virtual unit with a touch panel: raw touches go through the touch
 // feed to the page's own tslib and to the window server's pointer, as on a board.
-#include "calibration.h"
-#include "caliinterface.h"
+#include "calibration/calibration.h"
+#include "calibration/caliinterface.h"
 
 #include "tests/support/calibrationtestsupport.h"
 

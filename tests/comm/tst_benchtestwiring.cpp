@@ -3,17 +3,17 @@
 // into the error list, the Again/Next labels, Start, rerun, and the slave tester and burn-in
 // modes starting their screens.
 #include "tests/support/calibrationtestsupport.h"
-#include "benchtest.h"
-#include "burnintestinterface.h"
+#include "app/benchtest.h"
+#include "comm/burnintestinterface.h"
+#include "comm/communicationtest.h"
+#include "comm/errordevicelistinterface.h"
+#include "comm/readingthread.h"
+#include "comm/testerinterface.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
 #include "common/messagebox.h"
 #include "common/portnames.h"
 #include "tests/support/commtestsupport.h"
-#include "communicationtest.h"
-#include "errordevicelistinterface.h"
-#include "readingthread.h"
-#include "testerinterface.h"
 
 #include <QApplication>
 #include <QFile>
@@ -193,6 +193,7 @@ private Q_SLOTS:
         bench.callFunction(Com1RS232Function);
         FunctionButton *start = popup(QStringLiteral("Start"));
         QVERIFY(start && start->isVisible());
+        // Asserts that the test does not start by itself: a fixed wait of many timer ticks.
         QTest::qWait(100);
         QCOMPARE(stop.count(), 0);
         QCOMPARE(test->findChild<QLabel *>(QStringLiteral("totalCountLabel"))->text(),

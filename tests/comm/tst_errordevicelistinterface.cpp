@@ -1,7 +1,7 @@
 // The error device list: what it lists, in which order, and when it offers "Next".
+#include "comm/errordevicelistinterface.h"
 #include "common/functionbutton.h"
 #include "common/qtcompat.h"
-#include "errordevicelistinterface.h"
 
 #include <QImage>
 #include <QSignalSpy>

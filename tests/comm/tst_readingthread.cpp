@@ -1,7 +1,7 @@
 // The echo thread on a pseudo-terminal whose far end this test drives.
+#include "comm/readingthread.h"
 #include "common/portnames.h"
 #include "tests/support/commtestsupport.h"
-#include "readingthread.h"
 
 #include <QTest>
 
@@ -102,7 +102,8 @@ private Q_SLOTS:
         QTRY_COMPARE(spy.count(), 2);
         QCOMPARE(spy.counts, QList<int>({ 40, 24 }));
         QCOMPARE(data(spy), block);
-        // An echo would follow 1 ms after each read; give it ample time to show up.
+        // An echo would follow 1 ms after each read; give it ample time to show up (asserts
+        // that nothing comes, so a fixed wait).
         QTest::qWait(300);
         QCOMPARE(partner.receivedCount(), 0);
     }
@@ -126,6 +127,7 @@ private Q_SLOTS:
         }
         QCOMPARE(partner.received(), sent);
         QTRY_COMPARE(data(spy), sent);
+        // Asserts that no second echo comes: a fixed wait.
         QTest::qWait(100);
         QCOMPARE(partner.receivedCount(), sent.size());
     }
@@ -154,6 +156,7 @@ private Q_SLOTS:
         Recorder spy(&thread);
         thread.start();
         QTRY_VERIFY(thread.isRunning());
+        // Asserts that nothing is reported: a fixed wait of several read time-outs.
         QTest::qWait(300);
         QCOMPARE(spy.count(), 0);
         QCOMPARE(log.take(), QStringList());

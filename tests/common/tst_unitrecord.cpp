@@ -2,7 +2,7 @@
 // its place in the MAC screen's flow (written before the success box, its own box before it
 // when it cannot be written).
 #include "common/unitrecord.h"
-#include "macaddresswidget.h"
+#include "mac/macaddresswidget.h"
 #include "tests/support/mactestsupport.h"
 
 #include <QDir>

@@ -1,12 +1,12 @@
 // The serial and Ethernet stages of the bench sequence, run on the unit under test of the
 // virtual bench against the real slave tester in the other unit: the worker's "Start",
 // "Next" and "Again" presses, the results in the error device list, and a pulled COM2 cable.
-#include "benchtest.h"
-#include "common/functionbutton.h"
-#include "common/functionkeys.h"
-#include "communicationtest.h"
-#include "errordevicelistinterface.h"
+#include "app/benchtest.h"
 #include "tests/support/benchcable.h"
+#include "comm/communicationtest.h"
+#include "comm/errordevicelistinterface.h"
+#include "common/functionkeys.h"
+#include "common/functionbutton.h"
 
 #include <QApplication>
 #include <QFile>

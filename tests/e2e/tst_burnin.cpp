@@ -1,9 +1,9 @@
 // The burn-in mode on a unit of the virtual bench with a loopback plug on COM1: both panes
 // fill with the printable run, a pulled plug leaves the received pane empty while sending goes
 // on, and a plug put back shows received data again without a restart.
+#include "app/benchtest.h"
 #include "tests/support/benchcable.h"
-#include "benchtest.h"
-#include "burnintestinterface.h"
+#include "comm/burnintestinterface.h"
 #include "tests/support/commtestsupport.h"
 
 #include <QFile>

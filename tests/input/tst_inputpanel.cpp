@@ -1,6 +1,6 @@
 // The field model behind the on-screen keyboards: formatting, cursor movement, writing keys,
 // the per-key and final checks, the buzzer and the debug lines.
-#include "inputpanel.h"
+#include "input/inputpanel.h"
 #include "services/fram.h"
 #include "tests/support/testsupport.h"
 

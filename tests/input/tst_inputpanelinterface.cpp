@@ -1,6 +1,6 @@
 // The keyboard widget on its three layouts: which layout a unit gets, the forms' object trees
 // and style sheets, the key click, OK, the highlighted label, placement and retranslation.
-#include "inputpanelinterface.h"
+#include "input/inputpanelinterface.h"
 #include "services/fram.h"
 #include "tests/support/testsupport.h"
 #include "ui_inputpanelinterface.h"

@@ -2,7 +2,7 @@
 // 480x272), saved as PNG for a person to look at, plus the size checks that keep the keys and
 // the label usable: the panel fits the screen, each key holds its character, the label holds
 // the longest field it shows.
-#include "inputpanelinterface.h"
+#include "input/inputpanelinterface.h"
 #include "tests/support/testsupport.h"
 
 #include <QDir>

@@ -2,9 +2,9 @@
 // supply file as the stick holds it, the message boxes, the small panel's keyboard, the
 // scanner's keys and the raw /dev/fram path.
 #include "common/qtcompat.h"
-#include "hexkeyboard.h"
-#include "inputpanelinterface.h"
-#include "macaddresswidget.h"
+#include "input/inputpanelinterface.h"
+#include "mac/hexkeyboard.h"
+#include "mac/macaddresswidget.h"
 #include "tests/support/mactestsupport.h"
 #include "services/fram.h"
 
@@ -790,8 +790,8 @@ void tst_MacAddressWidget::shots()
     const QRect screen = screenGeometry();
     const QString size = QStringLiteral("%1x%2").arg(screen.width()).arg(screen.height());
     auto shoot = [&](const QString &name) {
-        QApplication::processEvents();
-        QTest::qWait(200);
+        // The X screen holds what was drawn once the X server has answered.
+        TestSupport::settleWindows();
         QVERIFY(QGuiApplication::primaryScreen()->grabWindow(0).save(
             QStringLiteral("%1/mac-%2-%3.png").arg(dir, name, size)));
     };

@@ -1,11 +1,11 @@
 // The end of the bench walk in the real BenchTest: leaving the error list opens the MAC
 // screen, which takes the stick's first line; OK writes it and asks for a restart. The menu's
 // "mac" key opens the same screen, blank on a unit that has its address.
-#include "benchtest.h"
+#include "app/benchtest.h"
+#include "comm/errordevicelistinterface.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
-#include "errordevicelistinterface.h"
-#include "macaddresswidget.h"
+#include "mac/macaddresswidget.h"
 #include "tests/support/mactestsupport.h"
 
 #include <QLabel>

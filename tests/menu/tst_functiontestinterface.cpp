@@ -2,7 +2,7 @@
 // buttons emit. Each layout case is run on a unit with that screen and model.
 #include "common/functionbutton.h"
 #include "common/qtcompat.h"
-#include "functiontestinterface.h"
+#include "menu/functiontestinterface.h"
 #include "services/fram.h"
 
 #include <QGridLayout>
@@ -283,8 +283,8 @@ void TestFunctionTestInterface::pageButtonsFitTheSmallScreen()
         // The whole button on the screen, and room on both sides of its word.
         QVERIFY2(menu.rect().contains(onMenu), name);
         QVERIFY2(onMenu.bottom() <= 272 - 4, name);
-        QVERIFY2(button->width() >= button->fontMetrics().horizontalAdvance(button->text()) + 30,
-            name);
+        QVERIFY2(
+            button->width() >= button->fontMetrics().horizontalAdvance(button->text()) + 30, name);
         QVERIFY(button->height() >= 30);
     }
 }

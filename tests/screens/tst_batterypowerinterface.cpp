@@ -1,5 +1,5 @@
 // The battery page is an empty page with no way back of its own.
-#include "batterypowerinterface.h"
+#include "screens/batterypowerinterface.h"
 
 #include <QPushButton>
 #include <QTest>

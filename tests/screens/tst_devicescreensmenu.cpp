@@ -2,13 +2,13 @@
 // menu mode (DIP 1) each is started from its menu button and returns to the menu; in the bench
 // walk (DIP 0) the dispatcher shows and starts them and Continue moves the walk on.
 #include "tests/support/calibrationtestsupport.h"
-#include "benchtest.h"
+#include "app/benchtest.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
-#include "functiontestinterface.h"
-#include "inputpanelinterface.h"
-#include "keyandledinterface.h"
-#include "rtcinterface.h"
+#include "input/inputpanelinterface.h"
+#include "menu/functiontestinterface.h"
+#include "screens/keyandledinterface.h"
+#include "screens/rtcinterface.h"
 #include "tests/support/testsupport.h"
 
 #include <QPushButton>

@@ -2,15 +2,15 @@
 // bench modes, the bench walk through the brightness and DIP stages, and each screen started
 // from its button in the function menu and returning to the menu.
 #include "tests/support/calibrationtestsupport.h"
-#include "benchtest.h"
-#include "brightnessinterface.h"
+#include "app/benchtest.h"
+#include "comm/communicationtest.h"
 #include "common/functionbutton.h"
 #include "common/functionkeys.h"
 #include "common/qtcompat.h"
-#include "communicationtest.h"
-#include "dipswitchinterface.h"
-#include "functiontestinterface.h"
-#include "lcminterface.h"
+#include "menu/functiontestinterface.h"
+#include "screens/brightnessinterface.h"
+#include "screens/dipswitchinterface.h"
+#include "screens/lcminterface.h"
 #include "tests/support/testsupport.h"
 
 #include <QPushButton>
@@ -123,6 +123,8 @@ void TestDeviceScreensWiring::benchWalkBrightness()
     const QPoint save = brightness->saveArea().center();
     QTest::mousePress(brightness, Qt::LeftButton, Qt::NoModifier, save);
     QCOMPARE(stack(bench)->currentIndex(), 11);
+    // The press is held for five repeat periods of the brightness page; what is asserted is
+    // that no repeat comes, so the hold is a fixed time.
     QTest::qWait(250);
     QTest::mouseRelease(stack(bench)->currentWidget(), Qt::LeftButton, Qt::NoModifier, save);
     QCOMPARE(stack(bench)->currentIndex(), 11);

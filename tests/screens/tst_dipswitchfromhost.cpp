@@ -3,7 +3,7 @@
 // the host side (dip-from-host) writes that value into the unit's dip file while the screen
 // polls it.
 #include "common/qtcompat.h"
-#include "dipswitchinterface.h"
+#include "screens/dipswitchinterface.h"
 #include "tests/support/testsupport.h"
 
 #include <QElapsedTimer>
@@ -37,14 +37,14 @@ private:
 void TestDipSwitchFromHost::request(unsigned int value)
 {
     ++step;
-    QVERIFY(replaceSim(QStringLiteral("dip-request"),
-        QStringLiteral("%1 0x%2\n").arg(step).arg(value, 0, 16)));
+    QVERIFY(replaceSim(
+        QStringLiteral("dip-request"), QStringLiteral("%1 0x%2\n").arg(step).arg(value, 0, 16)));
 }
 
 void TestDipSwitchFromHost::allOnThenPartlyThenOffFromOutside()
 {
-    QCOMPARE(QString::fromLatin1(readSimFile(QStringLiteral("dip")).trimmed()),
-        QStringLiteral("0"));
+    QCOMPARE(
+        QString::fromLatin1(readSimFile(QStringLiteral("dip")).trimmed()), QStringLiteral("0"));
     clearEvents();
     DipSwitchInterface page;
     page.setGeometry(screenGeometry());

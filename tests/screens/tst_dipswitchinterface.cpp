@@ -2,7 +2,7 @@
 // the screen polls it. All ON, then all OFF, each with the signal tone; the screen leaves
 // 100 ms after the second.
 #include "common/qtcompat.h"
-#include "dipswitchinterface.h"
+#include "screens/dipswitchinterface.h"
 #include "tests/support/testsupport.h"
 
 #include <QElapsedTimer>
@@ -26,6 +26,26 @@ int dipSounds()
 {
     return events().count(QStringLiteral("sound 10"));
 }
+
+// How long a poll may be held up on a loaded machine before a test gives up on it.
+constexpr int PollTimeout = 10000;
+
+// The time of the page's first poll (a timer event) after start(), on the clock start() began.
+class FirstPoll : public QObject {
+public:
+    explicit FirstPoll(QObject *page) { page->installEventFilter(this); }
+    void start() { clock.start(); }
+    qint64 at = -1;
+    QElapsedTimer clock;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Timer && at < 0 && clock.isValid())
+            at = clock.elapsed();
+        return false;
+    }
+};
 
 // The page as it must look for a switch value and a hint.
 QImage expectedPage(const DipSwitchInterface &page, unsigned int value, const QString &hint)
@@ -75,8 +95,12 @@ private Q_SLOTS:
 
 private:
     DipSwitchInterface *startPage(unsigned int dip);
+    // True once the page has polled the switches n more times: what a change would have
+    // done by then, it has done.
+    bool polled(int n);
     DipSwitchInterface *page = nullptr;
     PaintCounter *paints = nullptr;
+    EventCounter *polls = nullptr;
 };
 
 void TestDipSwitchInterface::init()
@@ -89,6 +113,8 @@ void TestDipSwitchInterface::cleanup()
 {
     delete paints;
     paints = nullptr;
+    delete polls;
+    polls = nullptr;
     delete page;
     page = nullptr;
     setDip(0);
@@ -104,14 +130,22 @@ DipSwitchInterface *TestDipSwitchInterface::startPage(unsigned int dip)
     if (!QTest::qWaitForWindowExposed(page))
         return nullptr;
     paints = new PaintCounter(page);
+    polls = new EventCounter(page, QEvent::Timer);
     page->run();
-    // Counted from the first paint of the started page on.
-    if (!QTest::qWaitFor([this] { return paints->count > 0; }, 5000))
+    // Counted from the first paint of the started page on, once every paint the start asked
+    // for is done.
+    if (!QTest::qWaitFor([this] { return paints->count > 0; }, PollTimeout))
         return nullptr;
-    QTest::qWait(50);
+    settleWindows();
     paints->count = 0;
     clearEvents();
     return page;
+}
+
+bool TestDipSwitchInterface::polled(int n)
+{
+    const int target = polls->count + n;
+    return QTest::qWaitFor([&] { return polls->count >= target; }, PollTimeout);
 }
 
 void TestDipSwitchInterface::constructionStartsNothing()
@@ -121,6 +155,8 @@ void TestDipSwitchInterface::constructionStartsNothing()
     QCOMPARE(screen.switchPosition(0), QPoint());
     QCOMPARE(screen.hintRect(), QRect());
     setDip(0x1111);
+    // Asserts that nothing happens: a screen that was never run has no poll to count, so a
+    // fixed wait of a few poll periods.
     QTest::qWait(250);
     QCOMPARE(dipSounds(), 0);
     QCOMPARE(screen.hintText(), AllOnHint);
@@ -189,7 +225,7 @@ void TestDipSwitchInterface::runStartsOver()
     // A new run asks for all ON again and takes the switches as they stand.
     page->run();
     QCOMPARE(page->hintText(), AllOnHint);
-    QTest::qWait(250);
+    QVERIFY(polled(3));
     QCOMPARE(page->hintText(), AllOnHint);
     QCOMPARE(dipSounds(), 1);
 }
@@ -213,22 +249,26 @@ void TestDipSwitchInterface::onThenPartlyThenOffLeaves()
     QCOMPARE(page->hintText(), AllOffHint);
 
     before = paints->count;
-    QElapsedTimer clock;
-    clock.start();
+    // The tone comes with the poll that sees 0, the exit a further 100 ms later: both are
+    // timed where they happen, not where this test next looks.
+    FirstPoll tone(page);
     qint64 exitedAt = -1;
-    connect(page, &DipSwitchInterface::exitSignal, this, [&] { exitedAt = clock.elapsed(); });
+    int soundsAtExit = -1;
+    connect(page, &DipSwitchInterface::exitSignal, this, [&] {
+        exitedAt = tone.clock.elapsed();
+        soundsAtExit = dipSounds();
+    });
     setDip(0);
-    // The tone comes with the poll that sees 0; the exit a further 100 ms later.
-    while (dipSounds() < 2 && clock.elapsed() < 5000)
-        QTest::qWait(5);
-    QCOMPARE(dipSounds(), 2);
-    QCOMPARE(exits.count(), 0);
-    QTRY_COMPARE(exits.count(), 1);
-    QVERIFY2(exitedAt >= 100, qPrintable(QString::number(exitedAt)));
+    tone.start();
+    QTRY_COMPARE_WITH_TIMEOUT(exits.count(), 1, PollTimeout);
+    QCOMPARE(soundsAtExit, 2);
+    QVERIFY2(tone.at >= 0 && exitedAt - tone.at >= 100,
+        qPrintable(QStringLiteral("poll at %1 ms, exit at %2 ms").arg(tone.at).arg(exitedAt)));
     QVERIFY(paints->count > before);
     QCOMPARE(events().filter(QStringLiteral("sound")),
         (QStringList { QStringLiteral("sound 10"), QStringLiteral("sound 10") }));
-    // Gone: the poll has stopped.
+    // Gone: the poll has stopped. Asserts that nothing comes, so a fixed wait of a few poll
+    // periods: there is no poll left to count.
     setDip(0x1111);
     QTest::qWait(300);
     QCOMPARE(dipSounds(), 2);
@@ -241,11 +281,12 @@ void TestDipSwitchInterface::unchangedValueDoesNotRepaint()
     setDip(0x1111);
     QTRY_COMPARE(dipSounds(), 1);
     QTRY_VERIFY(paints->count >= 1);
-    QTest::qWait(100);
+    settleWindows();
     const int before = paints->count;
     // Written again, same value: polls see no change.
     setDip(0x1111);
-    QTest::qWait(350);
+    QVERIFY(polled(3));
+    settleWindows();
     QCOMPARE(paints->count, before);
     QCOMPARE(dipSounds(), 1);
     QCOMPARE(page->hintText(), AllOffHint);
@@ -254,7 +295,8 @@ void TestDipSwitchInterface::unchangedValueDoesNotRepaint()
 void TestDipSwitchInterface::startedAllOnNeedsAMove()
 {
     QVERIFY(startPage(0x1111));
-    QTest::qWait(300);
+    QVERIFY(polled(3));
+    settleWindows();
     QCOMPARE(dipSounds(), 0);
     QCOMPARE(paints->count, 0);
     QCOMPARE(page->hintText(), AllOnHint);
@@ -272,7 +314,7 @@ void TestDipSwitchInterface::offBeforeOnDoesNothing()
     QSignalSpy exits(page, &DipSwitchInterface::exitSignal);
     setDip(0);
     QTRY_VERIFY(paints->count >= 1);
-    QTest::qWait(250);
+    QVERIFY(polled(3));
     QCOMPARE(dipSounds(), 0);
     QCOMPARE(exits.count(), 0);
     QCOMPARE(page->hintText(), AllOnHint);
@@ -288,7 +330,7 @@ void TestDipSwitchInterface::secondAllOnDoesNothing()
     const int before = paints->count;
     setDip(0x1111);
     QTRY_VERIFY(paints->count > before);
-    QTest::qWait(150);
+    QVERIFY(polled(2));
     QCOMPARE(dipSounds(), 1);
     QCOMPARE(page->hintText(), AllOffHint);
 }
@@ -314,8 +356,12 @@ void TestDipSwitchInterface::exitStopsPolling()
     QSignalSpy exits(page, &DipSwitchInterface::exitSignal);
     page->exit();
     QCOMPARE(exits.count(), 1);
+    const int polledBefore = polls->count;
     setDip(0x1111);
+    // Asserts that nothing comes, so a fixed wait of a few poll periods: there is no poll left
+    // to count.
     QTest::qWait(300);
+    QCOMPARE(polls->count, polledBefore);
     QCOMPARE(dipSounds(), 0);
     QCOMPARE(paints->count, 0);
 }

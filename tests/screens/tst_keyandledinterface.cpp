@@ -2,7 +2,7 @@
 // through /sim/key-feed): which events count, the "Continue" button, the unset BD_HOMEKEY
 // message, a missing device, a refused grab and the 4-inch shortcut.
 #include "common/functionbutton.h"
-#include "keyandledinterface.h"
+#include "screens/keyandledinterface.h"
 #include "tests/support/testsupport.h"
 
 #include <QImage>

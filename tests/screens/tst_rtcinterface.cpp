@@ -2,8 +2,8 @@
 // the record handed to the clock (day of week and day of year as the toolkit counts them),
 // "Again", and the one-second redraw that does not advance the shown time.
 #include "common/functionbutton.h"
-#include "inputpanelinterface.h"
-#include "rtcinterface.h"
+#include "input/inputpanelinterface.h"
+#include "screens/rtcinterface.h"
 #include "tests/support/testsupport.h"
 
 #include <QLabel>
@@ -68,19 +68,6 @@ void press(RtcInterface &screen, const QString &keys)
         QTest::mouseClick(b, Qt::LeftButton);
     }
 }
-
-class TimerTicks : public QObject {
-public:
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::Timer)
-            ++count;
-        return false;
-    }
-};
 
 } // namespace
 
@@ -223,8 +210,7 @@ void TestRtcInterface::labelsDoNotRunOn()
     screen.editFinish(QStringLiteral("2024/02/29"));
     screen.editFinish(QStringLiteral("23:59:59"));
     QCOMPARE(pages(screen)->currentIndex(), 1);
-    TimerTicks ticks;
-    screen.installEventFilter(&ticks);
+    EventCounter ticks(&screen, QEvent::Timer);
     QTRY_VERIFY_WITH_TIMEOUT(ticks.count >= 3, 10000);
     QCOMPARE(
         labelText(screen, "dateLabel"), QStringLiteral("<font color='white'>2024/02/29</font>"));
@@ -241,15 +227,13 @@ void TestRtcInterface::secondRunLeavesItsTimer()
     screen.run();
     screen.exit();
     // The first run's timer was never stopped: it still ticks, unheeded.
-    TimerTicks ticks;
-    screen.installEventFilter(&ticks);
+    EventCounter ticks(&screen, QEvent::Timer);
     QTRY_VERIFY_WITH_TIMEOUT(ticks.count >= 1, 5000);
 
     RtcInterface single;
     single.run();
     single.exit();
-    TimerTicks none;
-    single.installEventFilter(&none);
+    EventCounter none(&single, QEvent::Timer);
     QTRY_VERIFY_WITH_TIMEOUT(ticks.count >= 3, 10000);
     QCOMPARE(none.count, 0);
 }

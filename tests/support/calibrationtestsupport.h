@@ -90,13 +90,28 @@ inline int countLines(const QString &line)
     return int(TestSupport::events().count(line));
 }
 
+// True while the thread sleeps waiting for input (a terminal read or a poll). getxy() waits for
+// the touch only in or after its first read of the line, and that first read flushes the line
+// (tslib's touchkit module): a press fed before it is lost, one fed while the thread sleeps
+// there never is, however late a loaded machine runs the thread.
+inline bool waitsForInput(pid_t thread)
+{
+    QFile wchan(QStringLiteral("/proc/self/task/%1/wchan").arg(thread));
+    if (!wchan.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray where = wchan.readAll();
+    return where.contains("wait_woken") || where.contains("poll");
+}
+
 // Presses raw[i] once the i-th target's cross ("cross X Y" at centres[i]) is on the screen,
 // from its own thread: the page holds the GUI thread while it waits for the touch.
 class TargetPresser {
 public:
+    // Made in the GUI thread, whose waits for the touch it watches.
     TargetPresser(const QList<QPoint> &centres, const QList<QPoint> &raw)
     {
-        worker = std::thread([this, centres, raw] {
+        const pid_t gui = gettid();
+        worker = std::thread([this, centres, raw, gui] {
             QElapsedTimer clock;
             clock.start();
             QList<int> seen;
@@ -113,7 +128,8 @@ public:
                         break;
                     usleep(2000);
                 }
-                usleep(20000);
+                while (!stop && clock.elapsed() < 60000 && !waitsForInput(gui))
+                    usleep(2000);
                 feed(press(raw[i].x(), raw[i].y()));
                 while (!stop && clock.elapsed() < 60000 && (countLines(line) - seen[i]) % 2 == 1)
                     usleep(2000);
@@ -134,13 +150,15 @@ private:
 };
 
 // Touches every calibration cross the program waits on, for as long as it lives: a cross that
-// is the last line of events.log for 30 ms means getxy is waiting. The raw point is twice the
-// screen point, so the fit is never degenerate.
+// is the last line of events.log for 30 ms while the GUI thread waits for input means getxy is
+// waiting. The raw point is twice the screen point, so the fit is never degenerate.
 class AutoToucher {
 public:
+    // Made in the GUI thread, whose waits for the touch it watches.
     AutoToucher()
     {
-        worker = std::thread([this] {
+        const pid_t gui = gettid();
+        worker = std::thread([this, gui] {
             QString last;
             int stableFor = 0;
             bool pressedThis = false;
@@ -156,8 +174,8 @@ public:
                 }
                 stableFor += 5;
                 const QStringList f = now.split(QLatin1Char(' '));
-                if (pressedThis || stableFor < 30 || f.size() != 4
-                    || f[0] != QLatin1String("cross"))
+                if (pressedThis || stableFor < 30 || f.size() != 4 || f[0] != QLatin1String("cross")
+                    || !waitsForInput(gui))
                     continue;
                 feed(press(f[1].toInt() * 2, f[2].toInt() * 2));
                 pressedThis = true;

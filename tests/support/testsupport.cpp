@@ -1,6 +1,7 @@
 #include "tests/support/testsupport.h"
 
 #include <QDir>
+#include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QSaveFile>
 #include <QtTest>
@@ -207,6 +208,16 @@ void quietPlatform(QtMsgType type, const QMessageLogContext &context, const QStr
 void installQuietPlatform()
 {
     platformPrevious = qInstallMessageHandler(quietPlatform);
+}
+
+void settleWindows()
+{
+    // Twice: what the first round delivers (an expose, a resize) may post more.
+    for (int round = 0; round < 2; ++round) {
+        QGuiApplication::sync();
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    }
 }
 
 bool replaceSim(const QString &name, const QString &text)

@@ -124,12 +124,14 @@ QByteArray complaint(const QString &path, const QString &problem);
 // top-level panel with a layout; this drops that one line and passes on the rest.
 void installQuietPlatform();
 
-// Counts the events of one type an object gets while the counter lives.
+// Counts the events of one type an object gets while it lives. With QEvent::Timer it counts
+// the ticks of a screen's own timer: "three polls have passed" is a condition to await, which
+// a loaded machine can delay but not cut short, where a fixed wait may see no poll at all.
 class EventCounter : public QObject {
 public:
-    EventCounter(QObject *object, QEvent::Type type) : type(type)
+    EventCounter(QObject *target, QEvent::Type type) : type(type)
     {
-        object->installEventFilter(this);
+        target->installEventFilter(this);
     }
     int count = 0;
 
@@ -150,6 +152,11 @@ class PaintCounter : public EventCounter {
 public:
     explicit PaintCounter(QObject *widget) : EventCounter(widget, QEvent::Paint) { }
 };
+
+// Returns once the window system has answered what was asked of it (on X, a round trip) and
+// the events that brought, and the update requests already posted, have been delivered: the
+// paints of a window that was just shown or changed are then done, however busy the machine.
+void settleWindows();
 
 // Runs a program with its arguments and waits for it; its exit status, or -1 when it could not
 // be started or did not end normally. Standard output goes to *output when given. Not

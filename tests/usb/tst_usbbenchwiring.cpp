@@ -2,15 +2,15 @@
 // its place in the stack, the gadget loaded once at start and again by "Again", results into
 // the error list, the bench walk's USB stage with its "Again " and "Next " buttons, and the
 // menu's two USB keys.
-#include "benchtest.h"
-#include "common/functionbutton.h"
-#include "common/functionkeys.h"
-#include "errordevicelistinterface.h"
-#include "functiontestinterface.h"
 #include "tests/support/calibrationtestsupport.h"
+#include "app/benchtest.h"
+#include "comm/errordevicelistinterface.h"
+#include "common/functionkeys.h"
+#include "menu/functiontestinterface.h"
 #include "tests/support/testsupport.h"
+#include "usb/usbhostdevicetest.h"
 #include "tests/support/usbtestsupport.h"
-#include "usbhostdevicetest.h"
+#include "common/functionbutton.h"
 
 #include <QApplication>
 #include <QFileInfo>

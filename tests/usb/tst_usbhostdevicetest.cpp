@@ -2,7 +2,7 @@
 // the host test on the stick, the device test through the cable into the gadget's RAM image,
 // their result lines and reports, and the shell commands they run.
 #include "tests/support/testsupport.h"
-#include "usbhostdevicetest.h"
+#include "usb/usbhostdevicetest.h"
 #include "tests/support/usbtestsupport.h"
 
 #include <QBoxLayout>

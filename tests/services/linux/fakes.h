@@ -2,12 +2,12 @@
 // its SPI command set from memory, a GPIO chip, a clock, a frame buffer and a buzzer.
 #pragma once
 
-#include "beeper.h"
-#include "fm25v02chip.h"
-#include "framebuffer.h"
-#include "gpiolines.h"
-#include "rtcdevice.h"
-#include "spibus.h"
+#include "services/linux/beeper.h"
+#include "services/linux/fm25v02chip.h"
+#include "services/linux/framebuffer.h"
+#include "services/linux/gpiolines.h"
+#include "services/linux/rtcdevice.h"
+#include "services/linux/spibus.h"
 
 #include <QByteArray>
 #include <QDir>

@@ -1,7 +1,7 @@
 // The board's configuration file: every key, its defaults, and one clear line for each thing
 // that is wrong with it.
-#include "boardconfig.h"
 #include "fakes.h"
+#include "services/linux/boardconfig.h"
 #include "tests/support/testsupport.h"
 
 #include <QtTest>

@@ -1,7 +1,7 @@
 // The panel's description from the frame buffer and the configuration, and the calibration's
 // XOR crosses drawn into a fake frame buffer.
-#include "boardconfig.h"
 #include "fakes.h"
+#include "services/linux/boardconfig.h"
 #include "tests/support/testsupport.h"
 
 #include <QtTest>

@@ -1,7 +1,7 @@
 // The parameter block in the FRAM: loaded and saved through the chip driver at the addresses
 // the MAC record uses (length word at 0, checksum at 2).
 #include "fakes.h"
-#include "parameterstore.h"
+#include "services/linux/parameterstore.h"
 
 #include <QtTest>
 

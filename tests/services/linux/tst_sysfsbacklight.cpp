@@ -1,6 +1,6 @@
 // The backlight over a fake sysfs tree: levels 0..20 spread over the device's own range.
 #include "fakes.h"
-#include "sysfsbacklight.h"
+#include "services/linux/sysfsbacklight.h"
 
 #include <QtTest>
 
