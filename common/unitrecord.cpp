@@ -104,6 +104,32 @@ bool UnitRecord::append(const QString &kind, const QString &name, const QString 
     return appendLine(macText(), kind, name, result);
 }
 
+bool UnitRecord::replaceFile(const QString &file, const QByteArray &content, QString *error)
+{
+    // Written beside it and renamed over it: after a power cut the file is the old or the new.
+    const QString next = file + QStringLiteral(".new");
+    QString failed = next;
+    int failure = writeSynced(next, O_TRUNC, content);
+    if (!failure
+        && ::rename(QFile::encodeName(next).constData(), QFile::encodeName(file).constData())
+            != 0) {
+        failure = errno;
+        failed = file;
+    }
+    if (!failure) {
+        const int dir = ::open(
+            QFile::encodeName(QFileInfo(file).absolutePath()).constData(), O_RDONLY | O_CLOEXEC);
+        if (dir >= 0) {
+            ::fsync(dir);
+            ::close(dir);
+        }
+        return true;
+    }
+    if (error)
+        *error = failed + QStringLiteral(": ") + QString::fromLocal8Bit(strerror(failure));
+    return false;
+}
+
 QString UnitRecord::newRunId()
 {
     QByteArray bits(16, 0);

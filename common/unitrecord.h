@@ -27,6 +27,11 @@ public:
     static bool append(const QString &kind, const QString &name, const QString &result);
     static QString lastError();
 
+    // Replaces FILE by CONTENT, synced, so that a power cut leaves the old or the new content.
+    // Unlike append() it keeps no shared state: any thread may call it. False with the reason
+    // in *error.
+    static bool replaceFile(const QString &file, const QByteArray &content, QString *error);
+
     // A run id unique across units and power cuts: 128 random bits as 32 hex digits.
     static QString newRunId();
     // Appends the run line that opens a run's lines; MAC is the address FRAM already holds,

@@ -65,6 +65,7 @@ private slots:
     void runIdsDiffer();
     void runLineOfAProvisionedUnit_data();
     void runLineOfAProvisionedUnit();
+    void replaceFileKeepsOldOrNew();
 
 private:
     void macWalk(const QByteArray &supply);
@@ -311,6 +312,20 @@ void tst_UnitRecord::runLineOfAProvisionedUnit()
     QCOMPARE(lines.size(), 1);
     QCOMPARE(lines[0].section(QLatin1Char('\t'), 1, 2), mac + QStringLiteral("\trun"));
     QVERIFY(lines[0].endsWith(QStringLiteral("\tversion=0.1 model=10 screen=1024x600 dip=0x0")));
+}
+
+void tst_UnitRecord::replaceFileKeepsOldOrNew()
+{
+    const QString file = scratch(QStringLiteral("unit.record.sent"));
+    QString error = QStringLiteral("untouched");
+    QVERIFY(UnitRecord::replaceFile(file, "file-0123 5\n", &error));
+    QVERIFY(UnitRecord::replaceFile(file, "file-0123 12\n", &error));
+    QCOMPARE(readFile(file), QByteArray("file-0123 12\n"));
+    QVERIFY(!QFile::exists(file + QStringLiteral(".new")));
+    QCOMPARE(error, QStringLiteral("untouched"));
+    const QString nowhere = scratch(QStringLiteral("no/such/dir/unit.record.sent"));
+    QVERIFY(!UnitRecord::replaceFile(nowhere, "x", &error));
+    QCOMPARE(error, nowhere + QStringLiteral(".new: No such file or directory"));
 }
 
 QTEST_MAIN(tst_UnitRecord)
