@@ -133,6 +133,10 @@ void BenchTest::initStackWidget()
     case Mode::Menu: {
         const BackgroundShell network { "ifconfig eth0 192.168.90.69",
             "route add default gw 192.168.90.1" };
+        // The run line opens this run's lines, before any screen can record one.
+        if (!UnitRecord::startRun(UnitRecord::newRunId(), Fram::getInstance()->getMonitorModel(),
+                screenGeometry().size(), dipSwitchValue(), MacAddressWidget::framMac()))
+            qDebug() << "unit record:" << UnitRecord::lastError();
         initBenchTestPages();
         break;
     }

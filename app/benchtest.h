@@ -45,7 +45,8 @@ public:
     int stage() const { return currentStage; }
     QMap<int, QString> stages() const { return benchTestSequence; }
     bool isWaitingForStart() const { return waitForStart; }
-    // True in the modes whose screens the worker touches: the bench walk and the menu.
+    // True in the modes whose screens the worker touches: the bench walk and the menu. They are
+    // also the modes that keep a record.
     bool takesTouches() const { return functionTestPageIndex >= 0; }
     // The stack index callFunction(key) shows, -1 when the key shows no page.
     int pageOf(const QString &key) const;

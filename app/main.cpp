@@ -1,6 +1,7 @@
 // The bench-test program: one full-screen BenchTest whose mode the DIP switches choose.
 #include "benchtest.h"
 #include "common/qtcompat.h"
+#include "common/recordsender.h"
 #include "firstframe.h"
 #include "screenobserver.h"
 #include "services/displayserver.h"
@@ -25,6 +26,10 @@ int main(int argc, char *argv[])
     ScreenObserver::fromEnvironment(&app);
     // Off unless BENCHTEST_FIRST_FRAME names a file: the start-up benchmark's clock.
     FirstFrame::watchFromEnvironment(&benchTest);
+    // The modes that keep a record send it to the line's station, from a thread of their own.
+    RecordSender sender;
+    if (benchTest.takesTouches())
+        sender.start();
     // Window systems without a window manager ignore the full-screen request.
     benchTest.setGeometry(screenGeometry());
     benchTest.showFullScreen();

@@ -52,6 +52,22 @@ void writeWord(unsigned int address, quint16 value)
     FM25V02_WRITE(address, bytes, 2);
 }
 
+// The six MAC words as the compare after a write reads them: lower-case hex, ':' between.
+QString macWordsText()
+{
+    QString result;
+    for (unsigned int address = MacAddress; address <= MacAddress + 10; address += 2) {
+        const quint16 value = readWord(address);
+        if (value > 15)
+            result += QStringLiteral("%1").arg(value, 0, 16);
+        else
+            result += QStringLiteral("0%1").arg(value, 0, 16);
+        if (address != MacAddress + 10)
+            result += QLatin1Char(':');
+    }
+    return result;
+}
+
 int monitorModel()
 {
     return Fram::getInstance()->getMonitorModel();
@@ -345,17 +361,20 @@ bool MacAddressWidget::writeMACAddressToFRAM()
 
 QString MacAddressWidget::readMACAddressFromFRAM()
 {
-    QString result;
-    for (unsigned int address = MacAddress; address <= MacAddress + 10; address += 2) {
-        const quint16 value = readWord(address);
-        if (value > 15)
-            result += QStringLiteral("%1").arg(value, 0, 16);
-        else
-            result += QStringLiteral("0%1").arg(value, 0, 16);
-        if (address != MacAddress + 10)
-            result += QLatin1Char(':');
+    return macWordsText();
+}
+
+QString MacAddressWidget::framMac()
+{
+    if (readWord(MacPresentAddress) != 1)
+        return QStringLiteral("-");
+    const QString text = macWordsText().toUpper();
+    // A word above 0xFF is no octet: the record says "no address" rather than a wrong one.
+    if (text.size() != 17) {
+        qWarning() << "FRAM MAC words are not an address:" << text;
+        return QStringLiteral("-");
     }
-    return result;
+    return text;
 }
 
 void MacAddressWidget::writeCheckSum()

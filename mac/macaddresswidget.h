@@ -30,6 +30,9 @@ public:
     void writeCheckSum();
     void readCheckSum();
     bool isSetMac();
+    // The address a provisioned unit holds (its MAC-present word set), as the record writes it;
+    // "-" on a unit without one.
+    static QString framMac();
     // The same memory through the kernel's /dev/fram.
     bool readBufferFromFRAM(unsigned int offset, unsigned int length, void *buffer);
     bool writeBufferToFRAM(unsigned int offset, unsigned int length, void *buffer);

@@ -1,9 +1,9 @@
 #include "station/recordimport.h"
 
+#include "common/recordkey.h"
 #include "station/linestore.h"
 #include "station/recordline.h"
 
-#include <QCryptographicHash>
 #include <QFile>
 
 namespace {
@@ -15,9 +15,7 @@ constexpr qint64 MaxFileBytes = 256 * 1024 * 1024;
 
 QString RecordImport::runIdFor(const QByteArray &firstLine)
 {
-    return QStringLiteral("file-")
-        + QString::fromLatin1(
-            QCryptographicHash::hash(firstLine, QCryptographicHash::Sha256).toHex().left(16));
+    return RecordKey::forFirstLine(firstLine);
 }
 
 bool RecordImport::importFile(LineStore &store, const QString &file, QString *message)

@@ -14,7 +14,8 @@ namespace RecordImport {
 // what was stored.
 bool importFile(LineStore &store, const QString &file, QString *message);
 
-// The run id of a record file without one: "file-" and 16 hex digits of its first line's hash.
+// The key a record file's lines are stored under, as the unit sends them: "file-" and 16 hex
+// digits of its first line's hash.
 QString runIdFor(const QByteArray &firstLine);
 
 } // namespace RecordImport

@@ -27,8 +27,25 @@ bool isMac(const QString &text)
 
 bool isKind(const QString &text)
 {
-    return text == QLatin1String("stage") || text == QLatin1String("result")
-        || text == QLatin1String("outcome");
+    return text == QLatin1String("run") || text == QLatin1String("stage")
+        || text == QLatin1String("result") || text == QLatin1String("outcome");
+}
+
+// A run line names its run (128 random bits in hex) and the unit it ran on.
+bool checkRun(const QStringList &parts, QString *error)
+{
+    static const QRegularExpression id(QStringLiteral("^[0-9a-f]{32}$"));
+    static const QRegularExpression unit(
+        QStringLiteral("^version=[0-9A-Za-z._+-]{1,32} model=-?\\d{1,5} screen=\\d{1,5}x\\d{1,5} "
+                       "dip=0x[0-9a-f]{1,8}$"));
+    if (!id.match(parts.at(3)).hasMatch())
+        return fail(error,
+            QStringLiteral("run id \"%1\" is not 32 lower-case hex digits").arg(parts.at(3)));
+    if (!unit.match(parts.at(4)).hasMatch())
+        return fail(error,
+            QStringLiteral("run \"%1\" is not \"version=V model=M screen=WxH dip=0xD\"")
+                .arg(parts.at(4)));
+    return true;
 }
 
 bool checkLine(const QByteArray &line, QStringList *out, QString *error)
@@ -67,8 +84,10 @@ bool checkLine(const QByteArray &line, QStringList *out, QString *error)
         return fail(error,
             QStringLiteral("MAC \"%1\" is neither \"-\" nor XX:XX:XX:XX:XX:XX").arg(parts.at(1)));
     if (!isKind(parts.at(2)))
-        return fail(
-            error, QStringLiteral("kind \"%1\" is not stage, result or outcome").arg(parts.at(2)));
+        return fail(error,
+            QStringLiteral("kind \"%1\" is not run, stage, result or outcome").arg(parts.at(2)));
+    if (parts.at(2) == QLatin1String("run") && !checkRun(parts, error))
+        return false;
     *out = parts;
     return true;
 }

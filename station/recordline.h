@@ -9,6 +9,8 @@
 namespace RecordLine {
 
 // A line of the record: TIME, MAC, KIND, NAME, RESULT (tab-separated, without its line break).
+// KIND is run, stage, result or outcome; a run line's NAME is its run id (32 lower-case hex
+// digits) and its RESULT "version=V model=M screen=WxH dip=0xD".
 constexpr int FieldCount = 5;
 constexpr int MaxLineBytes = 1024;
 constexpr int MaxFieldBytes = 256;

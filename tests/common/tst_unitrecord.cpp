@@ -1,6 +1,6 @@
-// The unit's record file: its line format, its directory, a full disk and a read-only one, and
-// its place in the MAC screen's flow (written before the success box, its own box before it
-// when it cannot be written).
+// The unit's record file: its line format, the run line that opens a run, its directory, a full
+// disk and a read-only one, and its place in the MAC screen's flow (written before the success box,
+// its own box before it when it cannot be written).
 #include "common/unitrecord.h"
 #include "mac/macaddresswidget.h"
 #include "tests/support/mactestsupport.h"
@@ -9,6 +9,8 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QSet>
+#include <QSize>
 #include <QtTest>
 
 using namespace MacTest;
@@ -59,6 +61,11 @@ private slots:
     void unwritableRecordBoxBeforeSuccess_data();
     void unwritableRecordBoxBeforeSuccess();
     void failedCompareIsRecorded();
+    void runLine();
+    void runIdsDiffer();
+    void runLineOfAProvisionedUnit_data();
+    void runLineOfAProvisionedUnit();
+    void replaceFileKeepsOldOrNew();
 
 private:
     void macWalk(const QByteArray &supply);
@@ -248,6 +255,77 @@ void tst_UnitRecord::failedCompareIsRecorded()
     QCOMPARE(lines.size(), 1);
     QVERIFY2(lines[0].endsWith(QStringLiteral("\t-\toutcome\tMAC\tcompare failed")),
         qPrintable(lines[0]));
+}
+
+void tst_UnitRecord::runLine()
+{
+    const QString runId = UnitRecord::newRunId();
+    QVERIFY(UnitRecord::startRun(runId, 7, QSize(800, 480), 0x101, QStringLiteral("-")));
+    QVERIFY(UnitRecord::append(
+        QStringLiteral("stage"), QStringLiteral("touch panel"), QStringLiteral("done")));
+    const QStringList lines = recordLines(record);
+    QCOMPARE(lines.size(), 2);
+    QVERIFY2(QRegularExpression(QStringLiteral("^") + Time + QStringLiteral("\t-\trun\t") + runId
+                 + QStringLiteral("\tversion=0\\.1 model=7 screen=800x480 dip=0x101$"))
+                 .match(lines[0])
+                 .hasMatch(),
+        qPrintable(lines[0]));
+    QVERIFY(lines[1].endsWith(QStringLiteral("\t-\tstage\ttouch panel\tdone")));
+}
+
+void tst_UnitRecord::runIdsDiffer()
+{
+    QSet<QString> ids;
+    for (int i = 0; i < 100; ++i) {
+        const QString id = UnitRecord::newRunId();
+        QVERIFY2(QRegularExpression(QStringLiteral("^[0-9a-f]{32}$")).match(id).hasMatch(),
+            qPrintable(id));
+        ids.insert(id);
+    }
+    QCOMPARE(ids.size(), 100);
+}
+
+void tst_UnitRecord::runLineOfAProvisionedUnit_data()
+{
+    QTest::addColumn<quint16>("present");
+    QTest::addColumn<quint16>("lastOctet");
+    QTest::addColumn<QString>("mac");
+    QTest::newRow("provisioned") << quint16(1) << quint16(0x1f)
+                                 << QStringLiteral("02:A7:3C:00:10:1F");
+    QTest::newRow("not provisioned") << quint16(0) << quint16(0x1f) << QStringLiteral("-");
+    QTest::newRow("a word that is no octet") << quint16(1) << quint16(0x1ff) << QStringLiteral("-");
+}
+
+void tst_UnitRecord::runLineOfAProvisionedUnit()
+{
+    QFETCH(quint16, present);
+    QFETCH(quint16, lastOctet);
+    QFETCH(QString, mac);
+    const quint16 words[6] = { 0x02, 0xa7, 0x3c, 0x00, 0x10, lastOctet };
+    for (int i = 0; i < 6; ++i)
+        setFramWord(132 + 2 * unsigned(i), words[i]);
+    setFramWord(178, present);
+    QCOMPARE(MacAddressWidget::framMac(), mac);
+    QVERIFY(UnitRecord::startRun(
+        UnitRecord::newRunId(), 10, QSize(1024, 600), 0, MacAddressWidget::framMac()));
+    const QStringList lines = recordLines(record);
+    QCOMPARE(lines.size(), 1);
+    QCOMPARE(lines[0].section(QLatin1Char('\t'), 1, 2), mac + QStringLiteral("\trun"));
+    QVERIFY(lines[0].endsWith(QStringLiteral("\tversion=0.1 model=10 screen=1024x600 dip=0x0")));
+}
+
+void tst_UnitRecord::replaceFileKeepsOldOrNew()
+{
+    const QString file = scratch(QStringLiteral("unit.record.sent"));
+    QString error = QStringLiteral("untouched");
+    QVERIFY(UnitRecord::replaceFile(file, "file-0123 5\n", &error));
+    QVERIFY(UnitRecord::replaceFile(file, "file-0123 12\n", &error));
+    QCOMPARE(readFile(file), QByteArray("file-0123 12\n"));
+    QVERIFY(!QFile::exists(file + QStringLiteral(".new")));
+    QCOMPARE(error, QStringLiteral("untouched"));
+    const QString nowhere = scratch(QStringLiteral("no/such/dir/unit.record.sent"));
+    QVERIFY(!UnitRecord::replaceFile(nowhere, "x", &error));
+    QCOMPARE(error, nowhere + QStringLiteral(".new: No such file or directory"));
 }
 
 QTEST_MAIN(tst_UnitRecord)

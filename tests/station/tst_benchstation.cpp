@@ -370,7 +370,7 @@ void TestBenchStation::badRequestStoresNothing_data()
         << QStringLiteral("line 2: time \"2026-11-23 16:30:05\" is not YYYY-MM-DDTHH:MM:SSZ");
     QTest::newRow("kind") << two("bad-kind", Time + "\t-\tDROP\tx\tdone") << 400
                           << QStringLiteral(
-                                 "line 2: kind \"DROP\" is not stage, result or outcome");
+                                 "line 2: kind \"DROP\" is not run, stage, result or outcome");
     const QByteArray longLine = line(QByteArray(200, 'n'), QByteArray(900, 'r'));
     QTest::newRow("long line")
         << two("bad-long", longLine) << 400

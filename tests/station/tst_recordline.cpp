@@ -49,7 +49,31 @@ void TestRecordLine::fields_data()
         << QStringLiteral("MAC \"02:A7:3C:00:10\" is neither \"-\" nor XX:XX:XX:XX:XX:XX");
     QTest::newRow("unknown kind") << time + "\t-\tverdict\tx\tdone"
                                   << QStringLiteral(
-                                         "kind \"verdict\" is not stage, result or outcome");
+                                         "kind \"verdict\" is not run, stage, result or outcome");
+    const QByteArray runId = "5f0c2a9e41d8b7730e6a1c94d2b58f17";
+    QTest::newRow("run") << time + "\t-\trun\t" + runId
+            + "\tversion=0.1 model=7 screen=800x480 dip=0x0"
+                         << QString();
+    QTest::newRow("run of a provisioned unit") << time + "\t02:A7:3C:00:10:01\trun\t" + runId
+            + "\tversion=1.2.3 model=15 screen=1024x768 dip=0x1"
+                                               << QString();
+    QTest::newRow("run of a panel that reports no model")
+        << time + "\t-\trun\t" + runId + "\tversion=0.1 model=-1 screen=800x480 dip=0x0"
+        << QString();
+    QTest::newRow("run id too short")
+        << time + "\t-\trun\t5f0c2a9e\tversion=0.1 model=7 screen=800x480 dip=0x0"
+        << QStringLiteral("run id \"5f0c2a9e\" is not 32 lower-case hex digits");
+    QTest::newRow("run id upper-case")
+        << time + "\t-\trun\t" + runId.toUpper() + "\tversion=0.1 model=7 screen=800x480 dip=0x0"
+        << QStringLiteral("run id \"%1\" is not 32 lower-case hex digits")
+               .arg(QString::fromLatin1(runId.toUpper()));
+    QTest::newRow("run without its unit")
+        << time + "\t-\trun\t" + runId + "\tdone"
+        << QStringLiteral("run \"done\" is not \"version=V model=M screen=WxH dip=0xD\"");
+    QTest::newRow("run with a decimal DIP value")
+        << time + "\t-\trun\t" + runId + "\tversion=0.1 model=7 screen=800x480 dip=257"
+        << QStringLiteral("run \"version=0.1 model=7 screen=800x480 dip=257\" is not "
+                          "\"version=V model=M screen=WxH dip=0xD\"");
     QTest::newRow("carriage return")
         << time + "\t-\tstage\tx\tdone\r" << QStringLiteral("control character 0x0d in the line");
     QTest::newRow("NUL") << time
