@@ -156,6 +156,7 @@ public:
 // Returns once the window system has answered what was asked of it (on X, a round trip) and
 // the events that brought, and the update requests already posted, have been delivered: the
 // paints of a window that was just shown or changed are then done, however busy the machine.
+// For tests with a GUI application.
 void settleWindows();
 
 // Runs a program with its arguments and waits for it; its exit status, or -1 when it could not
