@@ -4,6 +4,7 @@
 #include "comm/testerinterface.h"
 #include "common/portnames.h"
 #include "tests/support/commtestsupport.h"
+#include "tests/support/stdoutcapture.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -33,6 +34,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using TestSupport::StdoutCapture;
+
 namespace {
 // A plain socket to the tester on 127.0.0.1, blocking; -1 on failure.
 int rawClient(bool connectNow = true)
@@ -50,44 +53,6 @@ int rawClient(bool connectNow = true)
     }
     return fd;
 }
-
-// Everything written to standard output while it lives.
-class StdoutCapture {
-public:
-    StdoutCapture()
-    {
-        std::fflush(stdout);
-        saved = dup(STDOUT_FILENO);
-        file = std::tmpfile();
-        dup2(fileno(file), STDOUT_FILENO);
-    }
-    ~StdoutCapture()
-    {
-        std::fflush(stdout);
-        dup2(saved, STDOUT_FILENO);
-        ::close(saved);
-        std::fclose(file);
-    }
-    QString text() const
-    {
-        std::fflush(stdout);
-        QByteArray bytes;
-        char chunk[4096];
-        const long end = lseek(fileno(file), 0, SEEK_CUR);
-        for (long at = 0; at < end;) {
-            const ssize_t n = pread(fileno(file), chunk, sizeof chunk, at);
-            if (n <= 0)
-                break;
-            bytes.append(chunk, int(n));
-            at += n;
-        }
-        return QString::fromLocal8Bit(bytes);
-    }
-
-private:
-    int saved = -1;
-    std::FILE *file = nullptr;
-};
 
 // How long a wait for the tester may take on a loaded machine before a test gives up.
 constexpr int LoadedTimeout = 10000;
@@ -483,15 +448,15 @@ private Q_SLOTS:
         QVERIFY(holder->listen(QHostAddress::Any, TesterInterface::TcpPort));
         StdoutCapture out;
         TesterInterface tester(QStringList {});
-        QTRY_VERIFY(out.text().contains(QStringLiteral("cannot listen on TCP port 36888")));
-        QVERIFY(out.text().contains(QStringLiteral("trying again every 2 s")));
+        QTRY_VERIFY(out.text().contains("cannot listen on TCP port 36888"));
+        QVERIFY(out.text().contains("trying again every 2 s"));
         // Reported once while the reason stays the same. The retry itself cannot be seen from
         // here, so a fixed wait of more than one retry period before asserting no second report.
         QTest::qWait(2500);
-        QCOMPARE(out.text().count(QStringLiteral("cannot listen")), 1);
+        QCOMPARE(out.text().count("cannot listen"), 1);
         holder.reset();
         QTRY_VERIFY_WITH_TIMEOUT(
-            out.text().contains(QStringLiteral("listening on TCP port 36888 now")), LoadedTimeout);
+            out.text().contains("listening on TCP port 36888 now"), LoadedTimeout);
         QVERIFY(echoes());
     }
 
@@ -591,8 +556,7 @@ private Q_SLOTS:
         for (int fd : clients)
             QVERIFY(::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0);
         // Accepted until the descriptors ran out, which the tester says.
-        QTRY_VERIFY_WITH_TIMEOUT(
-            out.text().contains(QStringLiteral("cannot accept a TCP client")), LoadedTimeout);
+        QTRY_VERIFY_WITH_TIMEOUT(out.text().contains("cannot accept a TCP client"), LoadedTimeout);
         const int accepted = int(server->findChildren<QTcpSocket *>().size());
         QVERIFY2(accepted < 40, qPrintable(QString::number(accepted)));
         // The connected clients are still served.

@@ -3,6 +3,7 @@
 // message, a missing device, a refused grab and the 4-inch shortcut.
 #include "common/functionbutton.h"
 #include "screens/keyandledinterface.h"
+#include "tests/support/stdoutcapture.h"
 #include "tests/support/testsupport.h"
 
 #include <QImage>
@@ -39,38 +40,6 @@ FunctionButton *continueButton(KeyAndLedInterface &screen)
 {
     return screen.findChild<FunctionButton *>();
 }
-
-// Everything written to standard output while it lives.
-class StdoutCapture {
-public:
-    StdoutCapture()
-    {
-        file.open();
-        std::fflush(stdout);
-        saved = ::dup(1);
-        ::dup2(file.handle(), 1);
-    }
-    ~StdoutCapture() { restore(); }
-    QByteArray take()
-    {
-        restore();
-        file.seek(0);
-        return file.readAll();
-    }
-
-private:
-    void restore()
-    {
-        if (saved < 0)
-            return;
-        std::fflush(stdout);
-        ::dup2(saved, 1);
-        ::close(saved);
-        saved = -1;
-    }
-    QTemporaryFile file;
-    int saved = -1;
-};
 
 } // namespace
 

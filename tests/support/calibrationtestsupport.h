@@ -2,6 +2,7 @@
 // files of the unit, and a touch feed that presses each target once its cross is drawn.
 #pragma once
 
+#include "tests/support/stdoutcapture.h"
 #include "tests/support/testsupport.h"
 
 #include <QByteArray>
@@ -21,37 +22,7 @@
 
 namespace CalibrationTest {
 
-// Everything written to standard output (printf, puts) while it lives.
-class StdoutCapture {
-public:
-    StdoutCapture()
-    {
-        fflush(stdout);
-        file.open();
-        saved = dup(1);
-        dup2(file.handle(), 1);
-    }
-    ~StdoutCapture() { finish(); }
-    QByteArray text()
-    {
-        finish();
-        file.seek(0);
-        return file.readAll();
-    }
-
-private:
-    void finish()
-    {
-        if (saved < 0)
-            return;
-        fflush(stdout);
-        dup2(saved, 1);
-        close(saved);
-        saved = -1;
-    }
-    QTemporaryFile file;
-    int saved = -1;
-};
+using TestSupport::StdoutCapture;
 
 inline QString configPath(const QString &name)
 {
@@ -130,10 +101,12 @@ public:
                 }
                 while (!stop && clock.elapsed() < 60000 && !waitsForInput(gui))
                     usleep(2000);
+                // Counted before it is fed: the page may be done with this press, and the test
+                // reading the count, before this thread runs again.
+                ++pressed;
                 feed(press(raw[i].x(), raw[i].y()));
                 while (!stop && clock.elapsed() < 60000 && (countLines(line) - seen[i]) % 2 == 1)
                     usleep(2000);
-                ++pressed;
             }
         });
     }

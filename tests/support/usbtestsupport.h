@@ -3,6 +3,8 @@
 // /dev/sda is the unit's cable image and never a real disk.
 #pragma once
 
+#include "tests/support/stdoutcapture.h"
+
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
@@ -14,6 +16,8 @@
 #include <unistd.h>
 
 namespace UsbTestSupport {
+
+using TestSupport::StdoutCapture;
 
 const QString ToolLog = QStringLiteral("/tmp/usb-tools.log");
 const QString FakeBin = QStringLiteral("/tmp/usb-fakebin");
@@ -76,44 +80,5 @@ inline QStringList toolLog(bool withDirectory = false)
     }
     return lines;
 }
-
-// Catches everything written to standard output while it lives.
-class StdoutCapture {
-public:
-    StdoutCapture()
-    {
-        fflush(stdout);
-        saved = ::dup(1);
-        const int fd = ::open(path, O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        ::dup2(fd, 1);
-        ::close(fd);
-    }
-    ~StdoutCapture() { restore(); }
-    StdoutCapture(const StdoutCapture &) = delete;
-    StdoutCapture &operator=(const StdoutCapture &) = delete;
-
-    QStringList lines()
-    {
-        restore();
-        QFile file(QString::fromLatin1(path));
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        return QString::fromLatin1(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
-
-private:
-    void restore()
-    {
-        if (saved < 0)
-            return;
-        fflush(stdout);
-        ::dup2(saved, 1);
-        ::close(saved);
-        saved = -1;
-    }
-
-    static constexpr const char *path = "/tmp/usb-stdout.txt";
-    int saved = -1;
-};
 
 } // namespace UsbTestSupport
