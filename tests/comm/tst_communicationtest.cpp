@@ -501,9 +501,9 @@ private Q_SLOTS:
         QFETCH(int, kind);
         QFETCH(int, usedPort);
         sim.setModel(model);
-        // With a loop plug the verdict holds only if the plug hands each block back in one
-        // piece: the port's read ends a block at the first 1 ms of quiet, and a plug that
-        // echoes a block in two writes with a pause between them fails the test.
+        // With a loop plug the verdict holds only because the plug hands each block back in
+        // one piece (sim/loop-plug): the port's read ends a block at the first 1 ms of quiet,
+        // and a plug that echoes a block in two writes with a pause between them fails it.
         CommunicationTest test;
         Report report;
         record(&test, &report);
