@@ -58,10 +58,13 @@ QString csvField(const QString &text)
         + QLatin1Char('"');
 }
 
+// Tenths of a per cent, a half rounded up, in whole numbers: the same in every CSV reader.
 QString percent(qint64 part, qint64 whole)
 {
-    return whole > 0 ? QString::number(100.0 * double(part) / double(whole), 'f', 1)
-                     : QStringLiteral("-");
+    if (whole <= 0)
+        return QStringLiteral("-");
+    const qint64 tenths = (2000 * part + whole) / (2 * whole);
+    return QStringLiteral("%1.%2").arg(tenths / 10).arg(tenths % 10);
 }
 
 // The query string's filters, checked; an unknown value is refused with a reason.
@@ -195,8 +198,12 @@ QString tableHtml(const Table &table, const Filters &filters, const QString &csv
             const QString cell = href.isEmpty()
                 ? esc(row.at(c))
                 : QStringLiteral("<a href=\"%1\">%2</a>").arg(href, esc(row.at(c)));
-            html += QStringLiteral("<td data-col=\"%1\">%2</td>")
-                        .arg(esc(table.columns.value(c)), cell);
+            static const QRegularExpression number(QStringLiteral("^-?[0-9]+(\\.[0-9]+)?$"));
+            html += QStringLiteral("<td data-col=\"%1\"%2>%3</td>")
+                        .arg(esc(table.columns.value(c)),
+                            number.match(row.at(c)).hasMatch() ? QLatin1String(" class=\"n\"")
+                                                               : QLatin1String(""),
+                            cell);
         }
         html += QLatin1String("</tr>");
     }
@@ -225,10 +232,10 @@ const char Style[]
       "#ccc}h1{font-size:20px;margin:10px 0}h2{font-size:16px;margin:14px 0 4px}"
       "form{margin:6px 0}form label{margin-right:10px;white-space:nowrap}"
       "input{width:8.5em}.scroll{overflow-x:auto}table{border-collapse:collapse;"
-      "font-size:13px}td,th{border:1px solid #ccc;padding:2px 6px;text-align:right}"
-      "td:first-child,th:first-child{text-align:left}th{background:#eef}"
+      "font-size:13px}td,th{border:1px solid #ccc;padding:2px 6px;text-align:left;"
+      "white-space:nowrap}td.n{text-align:right}th{background:#eef}"
       "a.csv{font-size:12px;font-weight:normal}svg{max-width:100%;height:auto;"
-      "display:block}.error{color:#a00}.note{color:#555;font-size:12px}";
+      "display:block}svg.chart{max-width:800px}.error{color:#a00}.note{color:#555;font-size:12px}";
 
 QString frame(const QString &title, const QString &body)
 {
@@ -262,10 +269,11 @@ QString barChart(const QString &id, const QStringList &labels, const QList<QList
     const QStringList &names, const QList<double> &line = {})
 {
     const int width = 800;
-    const int height = 240;
+    const int height = 270;
     const int left = 40;
-    const int bottom = 60;
-    const int plot = height - bottom - 10;
+    const int plotTop = 34; // the legend above the plot
+    const int bottom = 86; // the labels below it, slanted
+    const int plot = height - bottom - plotTop;
     qint64 top = 1;
     for (const QList<qint64> &values : series)
         for (qint64 v : values)
@@ -282,11 +290,12 @@ QString barChart(const QString &id, const QStringList &labels, const QList<QList
                       .arg(esc(names.join(QLatin1String(", "))));
     svg += QStringLiteral("<line x1=\"%1\" y1=\"%2\" x2=\"%3\" y2=\"%2\" stroke=\"#888\"/>")
                .arg(left)
-               .arg(10 + plot)
+               .arg(plotTop + plot)
                .arg(width - 40);
-    svg += QStringLiteral("<text x=\"2\" y=\"18\">%1</text><text x=\"2\" y=\"%2\">0</text>")
+    svg += QStringLiteral("<text x=\"2\" y=\"%3\">%1</text><text x=\"2\" y=\"%2\">0</text>")
                .arg(top)
-               .arg(10 + plot);
+               .arg(plotTop + plot)
+               .arg(plotTop + 8);
     for (qsizetype i = 0; i < labels.size(); ++i) {
         const double x0 = left + slot * double(i) + slot * 0.1;
         for (qsizetype s = 0; s < series.size(); ++s) {
@@ -295,7 +304,7 @@ QString barChart(const QString &id, const QStringList &labels, const QList<QList
             svg += QStringLiteral("<rect class=\"bar\" x=\"%1\" y=\"%2\" width=\"%3\" "
                                   "height=\"%4\" fill=\"%5\"><title>%6: %7</title></rect>")
                        .arg(x0 + bar * double(s), 0, 'f', 1)
-                       .arg(10 + plot - h, 0, 'f', 1)
+                       .arg(plotTop + plot - h, 0, 'f', 1)
                        .arg(bar, 0, 'f', 1)
                        .arg(h, 0, 'f', 1)
                        .arg(QLatin1String(colours[s % 4]), esc(labels.at(i)))
@@ -303,7 +312,7 @@ QString barChart(const QString &id, const QStringList &labels, const QList<QList
         }
         svg += QStringLiteral("<text transform=\"translate(%1,%2) rotate(30)\">%3</text>")
                    .arg(x0, 0, 'f', 1)
-                   .arg(plot + 24)
+                   .arg(plotTop + plot + 14)
                    .arg(esc(labels.at(i).left(24)));
     }
     if (!line.isEmpty()) {
@@ -312,21 +321,22 @@ QString barChart(const QString &id, const QStringList &labels, const QList<QList
         for (qsizetype i = 0; i < line.size(); ++i)
             points << QStringLiteral("%1,%2")
                           .arg(left + slot * (double(i) + 0.5), 0, 'f', 1)
-                          .arg(10 + plot - double(plot) * line.at(i) / 100.0, 0, 'f', 1);
+                          .arg(plotTop + plot - double(plot) * line.at(i) / 100.0, 0, 'f', 1);
         svg += QStringLiteral("<polyline class=\"cumulative\" fill=\"none\" stroke=\"#c33\" "
-                              "stroke-width=\"2\" points=\"%1\"/><text x=\"%2\" y=\"18\" "
+                              "stroke-width=\"2\" points=\"%1\"/><text x=\"%2\" y=\"%3\" "
                               "fill=\"#c33\">100 %</text>")
                    .arg(points.join(QLatin1Char(' ')))
-                   .arg(width - 38);
+                   .arg(width - 38)
+                   .arg(plotTop + 8);
     }
     for (qsizetype s = 0; s < names.size(); ++s)
         svg += QStringLiteral("<rect x=\"%1\" y=\"%2\" width=\"10\" height=\"10\" fill=\"%3\"/>"
                               "<text x=\"%4\" y=\"%5\">%6</text>")
-                   .arg(left + 150 * int(s))
-                   .arg(height - 12)
+                   .arg(left + 200 * int(s))
+                   .arg(4)
                    .arg(QLatin1String(s < series.size() ? colours[s % 4] : "#c33"))
-                   .arg(left + 150 * int(s) + 14)
-                   .arg(height - 3)
+                   .arg(left + 200 * int(s) + 14)
+                   .arg(13)
                    .arg(esc(names.at(s)));
     return svg + QLatin1String("</svg>");
 }
@@ -467,17 +477,18 @@ qint64 rank(const QList<QPair<qint64, qint64>> &counts, qint64 all, double share
     return counts.isEmpty() ? 0 : counts.last().first;
 }
 
-QString histogram(const QList<QPair<qint64, qint64>> &counts, qint64 longest)
+QString histogram(const QList<QPair<qint64, qint64>> &counts, qint64 upper)
 {
-    // Twenty bins from 0 to the longest time, as a small picture in the row.
+    // Twenty bins from 0 to UPPER, the longer visits in the last one: a few very slow units
+    // would otherwise squeeze everyone else into the first bin.
     constexpr int Bins = 20;
     QList<qint64> bins(Bins, 0);
     for (const auto &[seconds, n] : counts)
-        bins[int(std::min<qint64>(Bins - 1, seconds * Bins / std::max<qint64>(1, longest + 1)))]
-            += n;
+        bins[int(std::min<qint64>(Bins - 1, seconds * Bins / std::max<qint64>(1, upper)))] += n;
     const qint64 top = std::max<qint64>(1, *std::max_element(bins.cbegin(), bins.cend()));
-    QString svg = QStringLiteral("<svg class=\"histogram\" viewBox=\"0 0 100 20\" width=\"100\" "
-                                 "height=\"20\" xmlns=\"http://www.w3.org/2000/svg\">");
+    QString svg = QStringLiteral("<svg class=\"histogram\" viewBox=\"0 0 100 20\" width=\"200\" "
+                                 "height=\"24\" preserveAspectRatio=\"none\" "
+                                 "xmlns=\"http://www.w3.org/2000/svg\">");
     for (int i = 0; i < Bins; ++i) {
         const double h = 20.0 * double(bins[i]) / double(top);
         svg += QStringLiteral("<rect x=\"%1\" y=\"%2\" width=\"4.5\" height=\"%3\" "
@@ -530,8 +541,11 @@ Page stages(QSqlDatabase db, const Filters &f)
             chosen = it.key();
             chosenP95 = p95;
         }
-        pictures += QStringLiteral("<tr data-row=\"%1\"><td>%2</td><td>%3</td></tr>")
-                        .arg(esc(it.key()), esc(it.key()), histogram(it.value(), longest));
+        const qint64 upper = std::max<qint64>(1, 2 * p95);
+        pictures += QStringLiteral("<tr data-row=\"%1\"><td>%1</td><td>%2</td><td "
+                                   "class=\"n\">%3 s</td></tr>")
+                        .arg(esc(it.key()), histogram(it.value(), upper))
+                        .arg(upper);
     }
     page.tables << table;
 
@@ -573,7 +587,8 @@ Page stages(QSqlDatabase db, const Filters &f)
     page.html = rangeForm(QStringLiteral("/report/stages"), f,
                     QStringLiteral("<label>Stage <input name=\"stage\" value=\"%1\"></label>")
                         .arg(esc(f.stage)))
-        + QStringLiteral("<section><h2>Distribution (0 to the longest time, 20 bins)</h2><div "
+        + QStringLiteral("<section><h2>Distribution (0 to twice the 95th percentile, 20 bins; the "
+                         "longer visits in the last)</h2><div "
                          "class=\"scroll\"><table id=\"distribution\">%1</table></div></section>")
               .arg(pictures)
         + QStringLiteral("<p class=\"note\">A stage's time runs from the line before it (the "
