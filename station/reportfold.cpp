@@ -8,6 +8,7 @@
 #include <QSqlQuery>
 #include <QVariant>
 
+#include <array>
 #include <tuple>
 
 namespace {
@@ -174,26 +175,69 @@ bool store(QSqlDatabase &db, const QString &record, const QList<Run> &runs,
     return true;
 }
 
-// A unit is its record: its runs' numbers are summed up again from the runs' rows.
+// What a unit adds to the overview's sums of its first bench run's day, model and station.
+struct UnitSums {
+    QString day = QStringLiteral("");
+    QString model = QStringLiteral("");
+    QString station = QStringLiteral("");
+    // tested, passed, first pass, re-tested, runs open, runs cut off
+    std::array<qint64, 6> n {};
+
+    auto key() const { return std::tie(day, model, station); }
+};
+
+bool addSums(QSqlDatabase &db, const UnitSums &sums, qint64 sign, QString *error)
+{
+    if (sums.day.isEmpty())
+        return true; // no bench run yet: in no overview
+    QSqlQuery upsert(db);
+    upsert.prepare(QStringLiteral(
+        "INSERT INTO report_unit_days (day, model, station, tested, passed, first_pass, "
+        "retested, open_runs, cut_runs) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (day, "
+        "model, station) DO UPDATE SET tested = report_unit_days.tested + excluded.tested, "
+        "passed = report_unit_days.passed + excluded.passed, first_pass = "
+        "report_unit_days.first_pass + excluded.first_pass, retested = "
+        "report_unit_days.retested + excluded.retested, open_runs = report_unit_days.open_runs "
+        "+ excluded.open_runs, cut_runs = report_unit_days.cut_runs + excluded.cut_runs"));
+    upsert.addBindValue(sums.day);
+    upsert.addBindValue(sums.model);
+    upsert.addBindValue(sums.station);
+    for (const qint64 n : sums.n)
+        upsert.addBindValue(sign * n);
+    return exec(upsert, error, QStringLiteral("overview"));
+}
+
+// A unit is its record: its numbers are summed up again from its runs' rows, and the overview's
+// sums lose what the unit brought before and gain what it brings now.
 bool storeUnit(QSqlDatabase &db, const QString &record, QString *error)
 {
     QSqlQuery query(db);
+    query.prepare(QStringLiteral("SELECT first_day, model, station, passed, first_pass, "
+                                 "bench_runs, open_runs, cut_runs FROM report_units WHERE "
+                                 "record_key = ?"));
+    query.addBindValue(record);
+    if (!exec(query, error, QStringLiteral("units")))
+        return false;
+    UnitSums before;
+    if (query.next()) {
+        before.day = query.value(0).toString();
+        before.model = query.value(1).toString();
+        before.station = query.value(2).toString();
+        before.n = { 1, query.value(3).toLongLong(), query.value(4).toLongLong(),
+            query.value(5).toLongLong() > 1 ? 1 : 0, query.value(6).toLongLong(),
+            query.value(7).toLongLong() };
+    }
+
     query.prepare(QStringLiteral("SELECT mac, model, bench, station, day, state, last_time FROM "
                                  "report_runs WHERE record_key = ? ORDER BY run_no"));
     query.addBindValue(record);
     if (!exec(query, error, QStringLiteral("runs")))
         return false;
     QString mac = QStringLiteral("-");
-    QString model = QStringLiteral("");
-    QString station = QStringLiteral("");
-    QString firstDay = QStringLiteral("");
     QString last = QStringLiteral("");
-    int benchRuns = 0;
-    int passed = 0;
-    int firstPass = 0;
-    int open = 0;
-    int cut = 0;
-    int failed = 0;
+    UnitSums now;
+    qint64 benchRuns = 0;
+    qint64 failed = 0;
     while (query.next()) {
         if (query.value(0).toString() != QLatin1String("-"))
             mac = query.value(0).toString();
@@ -202,16 +246,19 @@ bool storeUnit(QSqlDatabase &db, const QString &record, QString *error)
             continue;
         const QString state = query.value(5).toString();
         if (benchRuns++ == 0) {
-            model = query.value(1).toString();
-            station = query.value(3).toString();
-            firstDay = query.value(4).toString();
-            firstPass = state == QLatin1String("passed") ? 1 : 0;
+            now.model = query.value(1).toString();
+            now.station = query.value(3).toString();
+            now.day = query.value(4).toString();
+            now.n[2] = state == QLatin1String("passed") ? 1 : 0;
         }
-        passed = (passed || state == QLatin1String("passed")) ? 1 : 0;
-        open += state == QLatin1String("open") ? 1 : 0;
-        cut += state == QLatin1String("cut") ? 1 : 0;
+        now.n[1] = (now.n[1] || state == QLatin1String("passed")) ? 1 : 0;
+        now.n[4] += state == QLatin1String("open") ? 1 : 0;
+        now.n[5] += state == QLatin1String("cut") ? 1 : 0;
         failed += state == QLatin1String("failed") ? 1 : 0;
     }
+    now.n[0] = 1;
+    now.n[3] = benchRuns > 1 ? 1 : 0;
+
     query.prepare(QStringLiteral("DELETE FROM report_units WHERE record_key = ?"));
     query.addBindValue(record);
     if (!exec(query, error, QStringLiteral("units")))
@@ -221,11 +268,16 @@ bool storeUnit(QSqlDatabase &db, const QString &record, QString *error)
         "bench_runs, passed, first_pass, open_runs, cut_runs, failed_runs) VALUES (?, ?, ?, ?, ?, "
         "?, ?, ?, ?, ?, ?, ?)"));
     for (const QVariant &value :
-        { QVariant(record), QVariant(mac), QVariant(model), QVariant(station), QVariant(firstDay),
-            QVariant(last), QVariant(benchRuns), QVariant(passed), QVariant(firstPass),
-            QVariant(open), QVariant(cut), QVariant(failed) })
+        { QVariant(record), QVariant(mac), QVariant(now.model), QVariant(now.station),
+            QVariant(now.day), QVariant(last), QVariant(benchRuns), QVariant(now.n[1]),
+            QVariant(now.n[2]), QVariant(now.n[4]), QVariant(now.n[5]), QVariant(failed) })
         query.addBindValue(value);
-    return exec(query, error, QStringLiteral("units"));
+    if (!exec(query, error, QStringLiteral("units")))
+        return false;
+    // In key order, as the stage times: two stations meet no row in opposite orders.
+    const bool nowFirst = now.key() < before.key();
+    return addSums(db, nowFirst ? now : before, nowFirst ? 1 : -1, error)
+        && addSums(db, nowFirst ? before : now, nowFirst ? -1 : 1, error);
 }
 
 } // namespace
@@ -252,6 +304,12 @@ QStringList ReportFold::schema()
                        "first_pass INTEGER NOT NULL, open_runs INTEGER NOT NULL, "
                        "cut_runs INTEGER NOT NULL, failed_runs INTEGER NOT NULL)"),
         QStringLiteral("CREATE INDEX report_units_day ON report_units (first_day)"),
+        QStringLiteral("CREATE TABLE report_unit_days ("
+                       "day VARCHAR(10) NOT NULL, model VARCHAR(8) NOT NULL, "
+                       "station VARCHAR(64) NOT NULL, tested BIGINT NOT NULL, "
+                       "passed BIGINT NOT NULL, first_pass BIGINT NOT NULL, "
+                       "retested BIGINT NOT NULL, open_runs BIGINT NOT NULL, "
+                       "cut_runs BIGINT NOT NULL, PRIMARY KEY (day, model, station))"),
         QStringLiteral("CREATE INDEX report_units_mac ON report_units (mac)"),
         QStringLiteral("CREATE TABLE report_failures ("
                        "record_key VARCHAR(64) NOT NULL, run_no BIGINT NOT NULL, "

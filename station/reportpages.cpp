@@ -358,7 +358,7 @@ Page overview(QSqlDatabase db, const Filters &f)
     QStringList days;
     QList<QList<qint64>> series(3);
     for (const auto &[id, column, title] :
-        { std::tuple { QStringLiteral("day"), QStringLiteral("first_day"),
+        { std::tuple { QStringLiteral("day"), QStringLiteral("day"),
               QStringLiteral("Per day (of the unit's first bench run)") },
             std::tuple { QStringLiteral("model"), QStringLiteral("model"),
                 QStringLiteral("Per panel model") },
@@ -366,10 +366,11 @@ Page overview(QSqlDatabase db, const Filters &f)
                 QStringLiteral("Per station") } }) {
         QVariantList binds;
         if (!run(query,
-                QStringLiteral("SELECT %1, COUNT(*), SUM(passed), SUM(first_pass), SUM(CASE WHEN "
-                               "bench_runs > 1 THEN 1 ELSE 0 END), SUM(open_runs), SUM(cut_runs) "
-                               "FROM report_units WHERE %2 GROUP BY %1 ORDER BY %1")
-                    .arg(column, f.where(QStringLiteral("first_day"), &binds)),
+                QStringLiteral("SELECT %1, SUM(tested), SUM(passed), SUM(first_pass), "
+                               "SUM(retested), SUM(open_runs), SUM(cut_runs) FROM "
+                               "report_unit_days WHERE %2 GROUP BY %1 HAVING SUM(tested) > 0 "
+                               "ORDER BY %1")
+                    .arg(column, f.where(QStringLiteral("day"), &binds)),
                 binds, &page.error))
             return page;
         Table table { id, title, QStringList { id } + columns, QStringList { id } + heads, {}, {},

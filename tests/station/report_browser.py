@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""The yield report in a real browser: a synthetic line's record files (make_records.py) are
-imported into benchstation by two named stations, the station serves the report on the unit's
-loopback, and headless Chromium, driven through WebDriver, loads every page and checks the numbers
+"""The yield report in a real browser: a synthetic line's record files (make_records.py) reach
+benchstation through two named stations (one gets them as batches over HTTP, some out of order,
+the other imports them as files), the station serves the report on the unit's loopback, and headless Chromium, driven through WebDriver, loads every page and checks the numbers
 in its DOM against report_expected.py (worked out from the files alone), the charts, the escaping
 of a hostile field, the filters and the CSV links; it saves screenshots at 1280x800 and 800x600.
 
@@ -11,8 +11,11 @@ Runs inside a virtual unit (it starts PostgreSQL as nobody, in a directory of th
 """
 import argparse
 import csv
+import hashlib
 import io
+import json
 import os
+import random
 import shutil
 import subprocess
 import sys
@@ -101,9 +104,9 @@ class Database:
                                         "-w", "stop"], cwd=self.home, stdout=subprocess.DEVNULL)
 
 
-def start_station(program, database):
-    station = subprocess.Popen([program] + database.args + ["--listen", "127.0.0.1", "--port",
-                                                            str(PORT)],
+def start_station(program, database, name="line-b"):
+    station = subprocess.Popen([program] + database.args + ["--name", name, "--listen",
+                                                            "127.0.0.1", "--port", str(PORT)],
                                stderr=subprocess.PIPE, text=True)
     said = station.stderr.readline()
     if "listening on" not in said:
@@ -111,6 +114,34 @@ def start_station(program, database):
         station.wait()
         raise SystemExit("report_browser: the station did not start: " + said)
     return station
+
+
+def send(paths, seed=25):
+    """Sends the records to the station as units do, in batches (of 1 to 60 lines here), but a
+    tenth of them with their batches in a shuffled order and one batch twice: the report must
+    come out as if every line had come in order once."""
+    rng = random.Random(seed)
+    for path in paths:
+        with open(path, "rb") as record:
+            lines = record.read().decode("utf-8").splitlines()
+        key = "file-" + hashlib.sha256(lines[0].encode("utf-8")).hexdigest()[:16]
+        batches = []
+        first = 1
+        while first <= len(lines):
+            size = rng.randint(1, 60)
+            batches.append([{"n": n, "line": lines[n - 1]}
+                            for n in range(first, min(len(lines), first + size - 1) + 1)])
+            first += size
+        if rng.random() < 0.1:
+            rng.shuffle(batches)
+            batches.append(batches[0])
+        for batch in batches:
+            body = json.dumps({"run": key, "lines": batch}).encode("utf-8")
+            request = urllib.request.Request(BASE + "/api/lines", data=body, method="POST",
+                                             headers={"Content-Type": "application/json"})
+            with urllib.request.urlopen(request, timeout=60) as reply:
+                if reply.status != 200:
+                    raise SystemExit("report_browser: a batch was refused: %s" % reply.read())
 
 
 def browser(profile):
@@ -314,10 +345,11 @@ def main():
     station = None
     driver = None
     try:
-        for name, paths in stations.items():
-            subprocess.run([args.benchstation] + database.args + ["--name", name, "import"]
-                           + paths, check=True, stdout=subprocess.DEVNULL)
-        station = start_station(args.benchstation, database)
+        # line-b's units send their records over HTTP, line-a's are imported as files.
+        station = start_station(args.benchstation, database, "line-b")
+        send(stations["line-b"])
+        subprocess.run([args.benchstation] + database.args + ["--name", "line-a", "import"]
+                       + stations["line-a"], check=True, stdout=subprocess.DEVNULL)
         driver = browser(os.path.join(home, "chromium"))
         check_overview(driver, units, days, shots)
         check_failures(driver, units, shots)
