@@ -232,8 +232,8 @@ const char Style[]
       "#ccc}h1{font-size:20px;margin:10px 0}h2{font-size:16px;margin:14px 0 4px}"
       "form{margin:6px 0}form label{margin-right:10px;white-space:nowrap}"
       "input{width:8.5em}.scroll{overflow-x:auto}table{border-collapse:collapse;"
-      "font-size:13px}td,th{border:1px solid #ccc;padding:2px 6px;text-align:left;"
-      "white-space:nowrap}td.n{text-align:right}th{background:#eef}"
+      "font-size:13px}td,th{border:1px solid #ccc;padding:2px 5px;text-align:left;"
+      "white-space:nowrap}td.n{text-align:right}th{background:#eef;white-space:normal}"
       "a.csv{font-size:12px;font-weight:normal}svg{max-width:100%;height:auto;"
       "display:block}svg.chart{max-width:800px}.error{color:#a00}.note{color:#555;font-size:12px}";
 
