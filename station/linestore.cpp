@@ -200,7 +200,7 @@ LineStore::Added LineStore::add(const QString &runId, const QList<NumberedLine> 
     if (!db.transaction())
         return refuse(sqlError(db.lastError()));
     QSqlQuery query(db);
-    // One run's report rows are made again by whoever adds to it: one station at a time.
+    // A record's report rows are made again by whoever adds to it: one station at a time.
     if (postgres) {
         query.prepare(QStringLiteral("SELECT pg_advisory_xact_lock(36891, hashtext(?))"));
         query.addBindValue(runId);
@@ -223,11 +223,10 @@ LineStore::Added LineStore::add(const QString &runId, const QList<NumberedLine> 
         query.addBindValue(station);
         if (!query.exec())
             return refuse(sqlError(query.lastError()));
-        if (query.numRowsAffected() == 1) {
-            firstNew = added.stored++ == 0 ? line.number : firstNew;
-        } else {
+        if (query.numRowsAffected() != 1)
             ++added.duplicates;
-        }
+        else if (added.stored++ == 0)
+            firstNew = line.number;
     }
     QString reason;
     if (added.stored > 0 && !ReportFold::fold(db, runId, firstNew, &reason))

@@ -44,7 +44,6 @@ public:
 
     // The name stored with each line this station adds (the report's "station").
     void setStationName(const QString &name) { station = name; }
-    QString stationName() const { return station; }
     // The Qt SQL connection, for the report's reads in the station's own thread.
     QString connectionName() const { return connection; }
 
@@ -56,6 +55,6 @@ private:
 
     QString connection;
     bool postgres = false;
-    QString station;
+    QString station = QStringLiteral(""); // a NOT NULL column: empty, never null
     QString error;
 };

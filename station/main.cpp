@@ -1,5 +1,5 @@
 // benchstation: the line's station. It stores the record lines that the bench's units send, or
-// that are brought as record files, in SQLite or PostgreSQL.
+// that are brought as record files, in SQLite or PostgreSQL, and serves the line's yield report.
 #include "station/lineserver.h"
 #include "station/linestore.h"
 #include "station/recordimport.h"
@@ -34,7 +34,8 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Stores the record lines of the bench's units.\n"
-                       "  benchstation [OPTIONS]              serve POST /api/lines\n"
+                       "  benchstation [OPTIONS]              serve POST /api/lines and the\n"
+                       "                                      yield report at GET /report\n"
                        "  benchstation [OPTIONS] import FILE... store record files"));
     parser.addHelpOption();
     const QCommandLineOption database(QStringLiteral("database"),

@@ -106,8 +106,9 @@ struct Filters {
             error = QStringLiteral("a station or stage name that long is in no record");
     }
 
-    // The day range, model and station as SQL over DAY (a column) with its bound values.
-    QString where(const QString &day, QVariantList *binds) const
+    // The day range, model and station as SQL over DAY (a column) and the model and station
+    // columns of TABLE ("s." or none), with its bound values.
+    QString where(const QString &day, QVariantList *binds, const QString &table = QString()) const
     {
         QStringList terms;
         // Without a range every day: a unit not yet in a bench run has no day ('').
@@ -115,11 +116,11 @@ struct Filters {
         *binds << (from.isEmpty() ? QStringLiteral("0000-00-00") : from)
                << (to.isEmpty() ? QStringLiteral("9999-99-99") : to);
         if (!model.isEmpty()) {
-            terms << QStringLiteral("model = ?");
+            terms << table + QStringLiteral("model = ?");
             *binds << model;
         }
         if (!station.isEmpty()) {
-            terms << QStringLiteral("station = ?");
+            terms << table + QStringLiteral("station = ?");
             *binds << station;
         }
         return terms.join(QLatin1String(" AND "));
@@ -302,13 +303,15 @@ QString barChart(const QString &id, const QStringList &labels, const QList<QList
             const qint64 v = series.at(s).value(i);
             const double h = double(plot) * double(v) / double(top);
             svg += QStringLiteral("<rect class=\"bar\" x=\"%1\" y=\"%2\" width=\"%3\" "
-                                  "height=\"%4\" fill=\"%5\"><title>%6: %7</title></rect>")
+                                  "height=\"%4\" fill=\"%5\"><title>%7: %6</title></rect>")
                        .arg(x0 + bar * double(s), 0, 'f', 1)
                        .arg(plotTop + plot - h, 0, 'f', 1)
                        .arg(bar, 0, 'f', 1)
                        .arg(h, 0, 'f', 1)
-                       .arg(QLatin1String(colours[s % 4]), esc(labels.at(i)))
-                       .arg(v);
+                       .arg(QLatin1String(colours[s % 4]))
+                       .arg(v)
+                       // Last: an .arg() after it would take a "%1" in a device's name.
+                       .arg(esc(labels.at(i)));
         }
         svg += QStringLiteral("<text transform=\"translate(%1,%2) rotate(30)\">%3</text>")
                    .arg(x0, 0, 'f', 1)
@@ -545,8 +548,7 @@ Page stages(QSqlDatabase db, const Filters &f)
         const qint64 upper = std::max<qint64>(1, 2 * p95);
         pictures += QStringLiteral("<tr data-row=\"%1\"><td>%1</td><td>%2</td><td "
                                    "class=\"n\">%3 s</td></tr>")
-                        .arg(esc(it.key()), histogram(it.value(), upper))
-                        .arg(upper);
+                        .arg(esc(it.key()), histogram(it.value(), upper), QString::number(upper));
     }
     page.tables << table;
 
@@ -558,9 +560,7 @@ Page stages(QSqlDatabase db, const Filters &f)
         {}, {}, {} };
     binds.clear();
     binds << chosen;
-    const QString where = f.where(QStringLiteral("s.day"), &binds)
-                              .replace(QLatin1String("model ="), QLatin1String("s.model ="))
-                              .replace(QLatin1String("station ="), QLatin1String("s.station ="));
+    const QString where = f.where(QStringLiteral("s.day"), &binds, QStringLiteral("s."));
     if (!run(query,
             QStringLiteral("SELECT s.seconds, u.mac, r.run_id, s.day, s.model, s.station FROM "
                            "report_stages s JOIN report_runs r ON r.record_key = s.record_key AND "

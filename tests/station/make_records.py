@@ -44,7 +44,7 @@ MAC_FAIL_SHARE = 0.01
 MODELS = [(7, 0.45), (6, 0.25), (4, 0.2), (3, 0.1)]
 SCREENS = {7: "800x480", 6: "640x480", 4: "480x272", 3: "320x240"}
 # A device name full of markup: the report must show it as text.
-HOSTILE = "<script>window.pwned=1</script> & \"quoted\" 'x'"
+HOSTILE = "<script>window.pwned=1</script> & \"quoted\" 'x' %1"
 
 
 def stamp(t):

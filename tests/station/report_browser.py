@@ -17,9 +17,11 @@ import json
 import os
 import random
 import shutil
+import sqlite3
 import subprocess
 import sys
 import tempfile
+import threading
 import urllib.error
 import urllib.request
 
@@ -30,6 +32,8 @@ import report_expected as expected  # noqa: E402
 from selenium import webdriver  # noqa: E402
 from selenium.webdriver.chrome.service import Service  # noqa: E402
 from selenium.webdriver.common.by import By  # noqa: E402
+from selenium.webdriver.support import expected_conditions  # noqa: E402
+from selenium.webdriver.support.ui import WebDriverWait  # noqa: E402
 
 PORT = 36890
 BASE = "http://127.0.0.1:%d" % PORT
@@ -98,6 +102,41 @@ class Database:
                         "-q", "-c", "CREATE DATABASE records"], check=True)
         self.args = ["--postgres", "host=%s dbname=records user=bench" % home]
 
+    def seed_version1(self, paths):
+        """Stores PATHS' lines as a station of schema version 1 did (no station column, no
+        report tables): the next station's migration must count them."""
+        rows = []
+        for path in paths:
+            with open(path, encoding="utf-8") as record:
+                lines = record.read().splitlines()
+            key = record_key(lines[0])
+            rows += [[key, str(n)] + line.split("\t") + ["2026-11-01T00:00:00Z"]
+                     for n, line in enumerate(lines, 1)]
+        statements = [
+            "CREATE TABLE schema_version (version INTEGER NOT NULL PRIMARY KEY, "
+            "applied_at VARCHAR(20) NOT NULL)",
+            "INSERT INTO schema_version VALUES (1, '2026-11-01T00:00:00Z')",
+            "CREATE TABLE record_lines (run_id VARCHAR(64) NOT NULL, line_no BIGINT NOT NULL, "
+            "line_time VARCHAR(20) NOT NULL, mac VARCHAR(17) NOT NULL, kind VARCHAR(16) NOT NULL, "
+            "name TEXT NOT NULL, result TEXT NOT NULL, received_at VARCHAR(20) NOT NULL, "
+            "PRIMARY KEY (run_id, line_no))"]
+        if self.kind == "sqlite":
+            connection = sqlite3.connect(self.args[1])
+            for statement in statements:
+                connection.execute(statement)
+            connection.executemany("INSERT INTO record_lines VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
+                                   rows)
+            connection.commit()
+            connection.close()
+            return
+        table = os.path.join(self.home, "version1.tsv")
+        with open(table, "w", encoding="utf-8") as out:
+            out.writelines("\t".join(row) + "\n" for row in rows)
+        subprocess.run([POSTGRES_BIN + "psql", "-h", self.home, "-U", "bench", "-d", "records",
+                        "-q", "-v", "ON_ERROR_STOP=1"]
+                       + [arg for statement in statements for arg in ("-c", statement)]
+                       + ["-c", "\\copy record_lines FROM '%s'" % table], check=True)
+
     def stop(self):
         if self.kind == "postgres":
             subprocess.run(AS_NOBODY + [POSTGRES_BIN + "pg_ctl", "-D", self.cluster, "-m", "fast",
@@ -108,12 +147,22 @@ def start_station(program, database, name="line-b"):
     station = subprocess.Popen([program] + database.args + ["--name", name, "--listen",
                                                             "127.0.0.1", "--port", str(PORT)],
                                stderr=subprocess.PIPE, text=True)
-    said = station.stderr.readline()
-    if "listening on" not in said:
-        station.kill()
-        station.wait()
-        raise SystemExit("report_browser: the station did not start: " + said)
+    said = ""
+    while "listening on" not in said:
+        line = station.stderr.readline()
+        if not line:
+            station.kill()
+            station.wait()
+            raise SystemExit("report_browser: the station did not start: " + said)
+        said += line
+    # What it says later goes to the test's log, so that its pipe never fills.
+    threading.Thread(target=lambda: sys.stderr.writelines(station.stderr), daemon=True).start()
     return station
+
+
+def record_key(first_line):
+    """The key a record is stored under: its first line's hash, as units and imports make it."""
+    return "file-" + hashlib.sha256(first_line.encode("utf-8")).hexdigest()[:16]
 
 
 def send(paths, seed=25):
@@ -124,7 +173,7 @@ def send(paths, seed=25):
     for path in paths:
         with open(path, "rb") as record:
             lines = record.read().decode("utf-8").splitlines()
-        key = "file-" + hashlib.sha256(lines[0].encode("utf-8")).hexdigest()[:16]
+        key = record_key(lines[0])
         batches = []
         first = 1
         while first <= len(lines):
@@ -155,6 +204,16 @@ def browser(profile):
     driver = webdriver.Chrome(service=service, options=options)
     driver.set_page_load_timeout(60)
     return driver
+
+
+def click_and_load(driver, element):
+    """Clicks ELEMENT (a link or a form's button) and waits until the next page has replaced
+    this one."""
+    page = driver.find_element(By.TAG_NAME, "html")
+    element.click()
+    WebDriverWait(driver, 60).until(expected_conditions.staleness_of(page))
+    WebDriverWait(driver, 60).until(
+        lambda d: d.execute_script("return document.readyState") == "complete")
 
 
 def table(driver, name):
@@ -207,7 +266,7 @@ def check_overview(driver, units, days, shots):
     for name, value in filters.items():
         driver.execute_script("document.querySelector('form input[name=' + arguments[0] + ']')"
                               ".value = arguments[1]", name, value)
-    driver.find_element(By.CSS_SELECTOR, "form button[type=submit]").click()
+    click_and_load(driver, driver.find_element(By.CSS_SELECTOR, "form button[type=submit]"))
     url = driver.current_url
     check(all("%s=%s" % item in url for item in filters.items()),
           "the form's filters are in the address", url)
@@ -245,6 +304,10 @@ def check_failures(driver, units, shots):
           "the Pareto chart has its cumulative line")
     # The hostile device name is shown as text and nothing of it ran.
     check(make_records.HOSTILE in order, "a device named with markup is shown as its text")
+    titles = driver.execute_script("return Array.from(document.querySelectorAll("
+                                   "'#chart-pareto rect.bar title')).map(t => t.textContent)")
+    check(titles == ["%s: %s" % (row[0], row[1]) for row in want],
+          "the chart's bars are named by their devices", str(titles[-2:]))
     check(driver.execute_script("return window.pwned === undefined && "
                                 "document.querySelectorAll('td script, svg script').length == 0"),
           "no script of a field ran or became an element")
@@ -272,7 +335,7 @@ def check_stages(driver, units, shots):
 
     # Following a stage's link chooses it.
     link = driver.find_element(By.CSS_SELECTOR, "#stages tr[data-row='touch panel'] a")
-    link.click()
+    click_and_load(driver, link)
     check("stage=touch%20panel" in driver.current_url, "the stage's link chooses it",
           driver.current_url)
     got = table(driver, "slowest")
@@ -285,7 +348,7 @@ def check_unit(driver, units, shots):
     retested = next(u for u in units if len(u["bench"]) > 2 and u["mac"] != "-")
     driver.get(BASE + "/report/unit")
     driver.find_element(By.NAME, "mac").send_keys(retested["mac"].lower())
-    driver.find_element(By.CSS_SELECTOR, "form button[type=submit]").click()
+    click_and_load(driver, driver.find_element(By.CSS_SELECTOR, "form button[type=submit]"))
     runs = driver.execute_script(ROW_ORDER, "runs")
     check(runs == [r["id"] for r in retested["runs"]], "a unit's runs by its MAC", str(runs))
     lines = table(driver, "lines")
@@ -335,8 +398,9 @@ def main():
 
     home = tempfile.mkdtemp(prefix="report-", dir="/tmp")
     records = make_records.generate(os.path.join(home, "records"), args.units, hostile=True)
-    # Two stations took the line's records: the odd units' and the even ones'.
-    stations = {"line-a": records[0::2], "line-b": records[1::2]}
+    # Two stations took the line's records: the odd units' and the even ones'. The first fifty
+    # odd ones were stored before the report existed, by a station without a name.
+    stations = {"": records[0:100:2], "line-a": records[100::2], "line-b": records[1::2]}
     units = expected.read_units(stations)
     units.sort(key=lambda u: u["path"])
     days = sorted({u["day"] for u in units if u["day"]})
@@ -345,11 +409,14 @@ def main():
     station = None
     driver = None
     try:
-        # line-b's units send their records over HTTP, line-a's are imported as files.
+        # line-b's units send their records over HTTP, line-a's are imported as files (the
+        # older ones again: nothing new in them).
+        database.seed_version1(stations[""])
         station = start_station(args.benchstation, database, "line-b")
         send(stations["line-b"])
         subprocess.run([args.benchstation] + database.args + ["--name", "line-a", "import"]
-                       + stations["line-a"], check=True, stdout=subprocess.DEVNULL)
+                       + stations[""] + stations["line-a"], check=True,
+                       stdout=subprocess.DEVNULL)
         driver = browser(os.path.join(home, "chromium"))
         check_overview(driver, units, days, shots)
         check_failures(driver, units, shots)
