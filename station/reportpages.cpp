@@ -167,6 +167,7 @@ struct Page {
     QString title;
     QString html; // before the tables
     QList<Table> tables;
+    QString after; // after them
     QString error;
 };
 
@@ -586,9 +587,10 @@ Page stages(QSqlDatabase db, const Filters &f)
     }
     page.tables << slow;
     page.html = rangeForm(QStringLiteral("/report/stages"), f,
-                    QStringLiteral("<label>Stage <input name=\"stage\" value=\"%1\"></label>")
-                        .arg(esc(f.stage)))
-        + QStringLiteral("<section><h2>Distribution (0 to twice the 95th percentile, 20 bins; the "
+        QStringLiteral("<label>Stage <input name=\"stage\" value=\"%1\"></label>")
+            .arg(esc(f.stage)));
+    page.after
+        = QStringLiteral("<section><h2>Distribution (0 to twice the 95th percentile, 20 bins; the "
                          "longer visits in the last)</h2><div "
                          "class=\"scroll\"><table id=\"distribution\">%1</table></div></section>")
               .arg(pictures)
@@ -727,6 +729,7 @@ QHttpServerResponse respond(LineStore *store, Builder build, const QString &path
     QString body = page.html;
     for (const Table &table : std::as_const(page.tables))
         body += tableHtml(table, filters, path + QStringLiteral(".csv"));
+    body += page.after;
     return QHttpServerResponse(
         QByteArrayLiteral("text/html; charset=utf-8"), frame(page.title, body).toUtf8());
 }
