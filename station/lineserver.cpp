@@ -2,6 +2,7 @@
 
 #include "station/linestore.h"
 #include "station/recordline.h"
+#include "station/reportpages.h"
 
 #include <QHttpServer>
 #include <QJsonArray>
@@ -79,6 +80,7 @@ LineServer::LineServer(LineStore *store, QObject *parent)
             return refuse(
                 Status::MethodNotAllowed, QStringLiteral("lines can only be added (POST)"));
         });
+    ReportPages::addRoutes(http, store);
 }
 
 LineServer::~LineServer() = default;

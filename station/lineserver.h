@@ -1,5 +1,6 @@
 // The station's HTTP endpoint: POST /api/lines adds a batch of one run's record lines and
-// answers only after they are committed. Nothing else can be done through it.
+// answers only after they are committed. Nothing else can be done through it; the yield report's
+// pages beside it only read (station/reportpages.h).
 #pragma once
 
 #include <QHostAddress>

@@ -1,5 +1,7 @@
 #include "station/linestore.h"
 
+#include "station/reportfold.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
@@ -24,6 +26,7 @@ const QList<QStringList> &migrations()
                          "result TEXT NOT NULL, "
                          "received_at VARCHAR(20) NOT NULL, "
                          "PRIMARY KEY (run_id, line_no))") },
+        ReportFold::schema(),
     };
     return steps;
 }
@@ -163,6 +166,10 @@ bool LineStore::migrate()
                                     .arg(step + 1)
                                     .arg(sqlError(query.lastError())));
         }
+        // The report's tables start out holding what the lines already say.
+        QString reason;
+        if (step + 1 == ReportVersion && !ReportFold::foldAll(db, &reason))
+            return rollback(QStringLiteral("version %1: %2").arg(step + 1).arg(reason));
         query.prepare(
             QStringLiteral("INSERT INTO schema_version (version, applied_at) VALUES (?, ?)"));
         query.addBindValue(step + 1);
@@ -192,12 +199,20 @@ LineStore::Added LineStore::add(const QString &runId, const QList<NumberedLine> 
         return refuse(sqlError(db.lastError()));
     if (!db.transaction())
         return refuse(sqlError(db.lastError()));
-    const QString now = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
     QSqlQuery query(db);
+    // A record's report rows are made again by whoever adds to it: one station at a time.
+    if (postgres) {
+        query.prepare(QStringLiteral("SELECT pg_advisory_xact_lock(36891, hashtext(?))"));
+        query.addBindValue(runId);
+        if (!query.exec())
+            return refuse(sqlError(query.lastError()));
+    }
+    const QString now = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
+    qint64 firstNew = 0;
     if (!query.prepare(QStringLiteral(
             "INSERT INTO record_lines (run_id, line_no, line_time, mac, kind, name, result, "
-            "received_at) VALUES (?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (run_id, line_no) DO "
-            "NOTHING")))
+            "received_at, station) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (run_id, "
+            "line_no) DO NOTHING")))
         return refuse(sqlError(query.lastError()));
     for (const NumberedLine &line : lines) {
         query.addBindValue(runId);
@@ -205,13 +220,17 @@ LineStore::Added LineStore::add(const QString &runId, const QList<NumberedLine> 
         for (const QString &field : line.fields)
             query.addBindValue(field);
         query.addBindValue(now);
+        query.addBindValue(station);
         if (!query.exec())
             return refuse(sqlError(query.lastError()));
-        if (query.numRowsAffected() == 1)
-            ++added.stored;
-        else
+        if (query.numRowsAffected() != 1)
             ++added.duplicates;
+        else if (added.stored++ == 0)
+            firstNew = line.number;
     }
+    QString reason;
+    if (added.stored > 0 && !ReportFold::fold(db, runId, firstNew, &reason))
+        return refuse(reason);
     // Confirmed only once the commit is through.
     if (!db.commit())
         return refuse(sqlError(db.lastError()));

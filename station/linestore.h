@@ -15,7 +15,9 @@ struct NumberedLine {
 class LineStore {
 public:
     // The newest schema this station knows; the schema_version table says what a database has.
-    static constexpr int SchemaVersion = 1;
+    static constexpr int SchemaVersion = 2;
+    // The version that added the yield report's tables (station/reportfold.h).
+    static constexpr int ReportVersion = 2;
 
     explicit LineStore(const QString &connectionName = QStringLiteral("benchstation"));
     ~LineStore();
@@ -40,6 +42,11 @@ public:
 
     QString lastError() const { return error; }
 
+    // The name stored with each line this station adds (the report's "station").
+    void setStationName(const QString &name) { station = name; }
+    // The Qt SQL connection, for the report's reads in the station's own thread.
+    QString connectionName() const { return connection; }
+
 private:
     bool open();
     bool migrate();
@@ -48,5 +55,6 @@ private:
 
     QString connection;
     bool postgres = false;
+    QString station = QStringLiteral(""); // a NOT NULL column: empty, never null
     QString error;
 };

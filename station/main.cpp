@@ -1,5 +1,5 @@
 // benchstation: the line's station. It stores the record lines that the bench's units send, or
-// that are brought as record files, in SQLite or PostgreSQL.
+// that are brought as record files, in SQLite or PostgreSQL, and serves the line's yield report.
 #include "station/lineserver.h"
 #include "station/linestore.h"
 #include "station/recordimport.h"
@@ -7,6 +7,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QHostAddress>
+#include <QSysInfo>
 
 #include <csignal>
 #include <cstdio>
@@ -33,7 +34,8 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Stores the record lines of the bench's units.\n"
-                       "  benchstation [OPTIONS]              serve POST /api/lines\n"
+                       "  benchstation [OPTIONS]              serve POST /api/lines and the\n"
+                       "                                      yield report at GET /report\n"
                        "  benchstation [OPTIONS] import FILE... store record files"));
     parser.addHelpOption();
     const QCommandLineOption database(QStringLiteral("database"),
@@ -49,7 +51,10 @@ int main(int argc, char *argv[])
     const QCommandLineOption port(QStringLiteral("port"),
         QStringLiteral("Port to listen on (default 36890)."), QStringLiteral("PORT"),
         QStringLiteral("36890"));
-    parser.addOptions({ database, postgres, listen, port });
+    const QCommandLineOption name(QStringLiteral("name"),
+        QStringLiteral("The station's name in the report (default the host's name)."),
+        QStringLiteral("NAME"), QSysInfo::machineHostName());
+    parser.addOptions({ database, postgres, listen, port, name });
     parser.addPositionalArgument(QStringLiteral("import"), QStringLiteral("import FILE..."));
     parser.process(app);
 
@@ -71,8 +76,12 @@ int main(int argc, char *argv[])
     const uint portNumber = parser.value(port).toUInt(&portOk);
     if (!portOk || portNumber == 0 || portNumber > 65535)
         return usage(QStringLiteral("\"%1\" is not a port").arg(parser.value(port)));
+    const QString stationName = parser.value(name).trimmed();
+    if (stationName.isEmpty() || stationName.size() > 64)
+        return usage(QStringLiteral("a station's name is 1 to 64 characters"));
 
     LineStore store;
+    store.setStationName(stationName);
     const bool opened = parser.isSet(postgres) ? store.openPostgres(parser.value(postgres))
                                                : store.openSqlite(parser.value(database));
     if (!opened) {
