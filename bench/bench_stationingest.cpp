@@ -299,6 +299,7 @@ int Ingest::run()
     // Flat: after the first tenth of the week the station holds no more than it did then.
     const qint64 early = rssAtBlock.value(std::max(0, int(rssAtBlock.size()) / 10 - 1));
     const qint64 end = rssAtBlock.isEmpty() ? -1 : rssAtBlock.last();
+    rss += rssAtBlock;
     std::printf("  station RSS: start %.1f MiB, after a tenth %.1f MiB, end %.1f MiB, highest "
                 "%.1f MiB (%lld samples); ratio end / tenth: %.2f\n",
         rss.value(0) / 1024.0, early / 1024.0, end / 1024.0,
