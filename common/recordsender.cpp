@@ -111,7 +111,8 @@ private:
             reason = QStringLiteral("cannot keep the confirmation: ") + reason;
         if (!reason.isEmpty()) {
             qWarning("record delivery: %s; next try in %d ms", qPrintable(reason), retryMs);
-            emit sender->failed(reason);
+            QMetaObject::invokeMethod(
+                sender, [s = sender, reason] { emit s->failed(reason); }, Qt::QueuedConnection);
             timer->start(retryMs);
             retryMs = qMin(retryMs * 2, sender->lastRetry);
             return;
@@ -119,7 +120,9 @@ private:
         sender->stored.fetchAndAddOrdered(stored);
         sender->duplicates.fetchAndAddOrdered(duplicates);
         retryMs = sender->firstRetry;
-        emit sender->confirmed(batch.first + batch.lines.size() - 1);
+        const qint64 lines = batch.first + batch.lines.size() - 1;
+        QMetaObject::invokeMethod(
+            sender, [s = sender, lines] { emit s->confirmed(lines); }, Qt::QueuedConnection);
         next();
     }
 

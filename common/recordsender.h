@@ -60,8 +60,9 @@ public:
     static QByteArray confirmation(const Batch &batch);
 
 Q_SIGNALS:
-    // From the delivery thread: after a confirmed batch, with the record's lines confirmed in
-    // all; after a failed attempt, with the reason.
+    // After a confirmed batch, with the record's lines confirmed in all; after a failed attempt,
+    // with the reason. Emitted in the sender's own thread (handed over from the delivery thread),
+    // so that a direct connection, such as a test's signal spy, never runs beside its owner.
     void confirmed(qint64 lines);
     void failed(const QString &reason);
 
