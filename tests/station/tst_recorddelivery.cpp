@@ -26,13 +26,19 @@ QByteArray line(int i)
     return "2026-11-24T07:00:01Z\t-\tstage\tstage " + QByteArray::number(i) + "\tdone";
 }
 
-// A run line and COUNT - 1 stage lines, as the program writes them.
+// COUNT lines as the program writes them: a run line, then stage lines, and a new run every
+// 30 lines, as a unit that is powered up again and again (a run's report rows are made again
+// from its lines with each batch, so one endless run would time the station, not the delivery).
 QByteArray record(int count)
 {
-    QByteArray text = "2026-11-24T07:00:00Z\t-\trun\t" + UnitRecord::newRunId().toLatin1()
-        + "\tversion=0.1 model=7 screen=800x480 dip=0x0\n";
-    for (int i = 2; i <= count; ++i)
-        text += line(i) + '\n';
+    QByteArray text;
+    for (int i = 1; i <= count; ++i) {
+        if (i % 30 == 1)
+            text += "2026-11-24T07:00:00Z\t-\trun\t" + UnitRecord::newRunId().toLatin1()
+                + "\tversion=0.1 model=7 screen=800x480 dip=0x0\n";
+        else
+            text += line(i) + '\n';
+    }
     return text;
 }
 
