@@ -66,8 +66,12 @@ class Board:
                 raise BoardError("bad environment setting %r (NAME=VALUE, no blanks)" % setting)
             append.append("benchtest.env=" + setting)
         width, height = self.pixels
+        # The console is logged to a file and open to a client on a socket (the board's shell
+        # when the program is not started).
         serial = ["-serial", "stdio"] if self.serial_stdio else [
-            "-serial", "file:" + self.path("console.log")]
+            "-chardev", "socket,id=console,path=%s,server=on,wait=off,logfile=%s"
+            % (self.path("console.sock"), self.path("console.log")),
+            "-serial", "chardev:console"]
         return [
             "qemu-system-arm", "-M", "virt,highmem=off", "-m", str(self.memory),
             "-smp", str(self.cpus), "-accel", "tcg,tb-size=256",
@@ -91,7 +95,7 @@ class Board:
 
     def start(self):
         os.makedirs(self.run_dir, exist_ok=True)
-        for name in ("console.log", "screen.log", "qmp.sock"):
+        for name in ("console.log", "console.sock", "screen.log", "qmp.sock"):
             try:
                 os.unlink(self.path(name))
             except FileNotFoundError:
@@ -170,24 +174,55 @@ class Board:
     def _abs(self, pixel, size):
         return max(0, min(ABS_MAX, round(pixel * ABS_MAX / max(1, size - 1))))
 
+    # No device is named: the board's only absolute pointer is the tablet and its only keyboard
+    # the virtio one, and naming one would need it bound to a display.
     def touch(self, x, y, hold=0.1):
         """A finger on screen pixel (x, y) for hold seconds: the tablet's absolute position and
         its button, as the kernel's input layer hands them to tslib."""
         width, height = self.pixels
         position = [{"type": "abs", "data": {"axis": "x", "value": self._abs(x, width)}},
                     {"type": "abs", "data": {"axis": "y", "value": self._abs(y, height)}}]
-        self.qmp("input-send-event", device="touch", events=position + [
+        self.qmp("input-send-event", events=position + [
             {"type": "btn", "data": {"down": True, "button": "left"}}])
         time.sleep(hold)
-        self.qmp("input-send-event", device="touch", events=position + [
+        self.qmp("input-send-event", events=position + [
             {"type": "btn", "data": {"down": False, "button": "left"}}])
 
     def key(self, qcode="a", hold=0.05):
         """Presses and releases a key of the board's keyboard (the menu key is "a", code 30)."""
         for down in (True, False):
-            self.qmp("input-send-event", device="key", events=[
+            self.qmp("input-send-event", events=[
                 {"type": "key", "data": {"down": down, "key": {"type": "qcode", "data": qcode}}}])
             time.sleep(hold)
+
+    def shell(self, command, timeout=30):
+        """Runs a command line in the board's console shell (a board started without the
+        program) and gives back what it printed."""
+        # Quoted in what is sent, so that only the shell's output has the markers whole (the
+        # terminal echoes the command lines too).
+        tag = "%d" % int(time.monotonic() * 1000)
+        begin, end = "@@begin" + tag, "@@end" + tag
+        s = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        s.connect(self.path("console.sock"))
+        s.settimeout(timeout)
+        s.sendall(("echo @@'begin'%s\n%s\necho @@'end'%s\n" % (tag, command, tag)).encode())
+        data = b""
+        try:
+            while end.encode() not in data:
+                chunk = s.recv(4096)
+                if not chunk:
+                    break
+                data += chunk
+        finally:
+            s.close()
+        text = data.decode("utf-8", "replace").replace("\r\n", "\n")
+        if begin not in text or end not in text:
+            raise BoardError("the board's shell did not finish %r" % command)
+        output = text.split(begin + "\n", 1)[-1].split(end, 1)[0]
+        # The prompt and the echoed last line before the end marker are the shell's, not the
+        # command's.
+        lines = output.split("\n")
+        return "\n".join(line for line in lines if not line.startswith("# "))
 
     # ---- what the board shows ----------------------------------------------------------
 

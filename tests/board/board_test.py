@@ -1,0 +1,145 @@
+#!/usr/bin/python3 -I
+"""The program on the emulated armhf board, in this virtual unit: boots the board (sim/board) and
+checks what the kernel's own devices carry.
+
+Usage: board_test.py IMAGE-DIR CHECK
+
+  boot   the program at DIP 1 draws the function menu on the board's frame buffer: the screen
+         text lists its twenty buttons, and the emulator's picture of the screen shows the
+         button artwork (a lit, blue-grey gradient, brighter at the top) at each of their places
+         on a black background
+  touch  a touch on "Brightness", sent as the tablet's absolute position and button through
+         the kernel's input layer to tslib's input module and the program's pointer, opens the
+         brightness screen
+
+The run's files (console, screen text, pictures) go to $BENCHTEST_SCRATCH_DIR, kept when the
+check fails.
+"""
+
+import os
+import sys
+import time
+
+SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
+sys.path.insert(0, os.path.join(SOURCE, "sim", "board"))
+from board import Board, BoardError, inside_unit  # noqa: E402
+
+MENU_BUTTONS = 20
+BOOT_TIMEOUT = 300
+
+
+class CheckFailed(Exception):
+    pass
+
+
+def pixel(image, x, y):
+    width, _, data = image
+    o = (y * width + x) * 3
+    return data[o], data[o + 1], data[o + 2]
+
+
+def artwork_problems(image, buttons):
+    """What is wrong with the picture at the buttons' places (empty: each shows the artwork)."""
+    width, height, _ = image
+    problems = []
+    for (_, _, _, x, y, w, h, text) in buttons:
+        if x < 4 or y < 4 or x + w + 4 > width or y + h + 4 > height:
+            problems.append("%r lies off the %dx%d screen" % (text, width, height))
+            continue
+        # A column left of the text, through the middle half of the button's height.
+        column = [pixel(image, x + w // 8, yy) for yy in range(y + h // 4, y + 3 * h // 4)]
+        grey = all(40 <= sum(p) / 3 <= 170 and p[2] >= p[0] for p in column)
+        quarter = max(1, len(column) // 4)
+        top = sum(sum(p) for p in column[:quarter]) / quarter
+        bottom = sum(sum(p) for p in column[-quarter:]) / quarter
+        corners = [pixel(image, x - 3, y - 3), pixel(image, x + w + 2, y + h + 2)]
+        if not grey:
+            problems.append("%r at %d,%d: not the button's blue-grey (%s)"
+                            % (text, x, y, column[len(column) // 2]))
+        elif top - bottom < 15:
+            problems.append("%r at %d,%d: no gradient (top %.0f, bottom %.0f)"
+                            % (text, x, y, top / 3, bottom / 3))
+        if any(sum(p) > 30 for p in corners):
+            problems.append("%r at %d,%d: the background beside it is not black (%s)"
+                            % (text, x, y, corners))
+    return problems
+
+
+def menu_buttons(board):
+    buttons = [i for i in board.items() if i[0] == "button" and i[1] == "FunctionButton"]
+    return buttons if len(buttons) == MENU_BUTTONS else None
+
+
+def boot_to_menu(board):
+    board.start()
+    begun = time.monotonic()
+    buttons = board.wait_for("function menu of %d buttons on the screen" % MENU_BUTTONS,
+                             lambda: menu_buttons(board), BOOT_TIMEOUT)
+    print("board_test: the menu's screen text after %.1f s" % (time.monotonic() - begun))
+    return buttons
+
+
+def check_boot(board, out):
+    buttons = boot_to_menu(board)
+    with open(os.path.join(out, "menu.txt"), "w", encoding="utf-8") as f:
+        f.write(board.screen_text())
+    # The screen text comes as the widgets are shown; the frame buffer has them once painted.
+    deadline = time.monotonic() + 60
+    while True:
+        image = board.screendump(os.path.join(out, "menu.png"))
+        problems = artwork_problems(image, buttons)
+        if not problems:
+            break
+        if time.monotonic() > deadline:
+            raise CheckFailed("the board's screen does not show the menu (%s):\n  %s"
+                              % (os.path.join(out, "menu.png"), "\n  ".join(problems)))
+        time.sleep(0.5)
+    if (image[0], image[1]) != board.pixels:
+        raise CheckFailed("the screen is %dx%d, not %dx%d" % (image[0], image[1], *board.pixels))
+    print("board_test: %d buttons drawn on the board's frame buffer" % len(buttons))
+
+
+def check_touch(board, out):
+    buttons = boot_to_menu(board)
+    target = [b for b in buttons if b[7] == "Brightness"]
+    if not target:
+        raise CheckFailed("no Brightness button in the menu")
+    _, _, _, x, y, w, h, _ = target[0]
+
+    def brightness_page():
+        return any(i[0] == "page" and i[1] == "BrightnessInterface" for i in board.items())
+
+    if brightness_page():
+        raise CheckFailed("the brightness screen shows before any touch")
+    board.touch(x + w // 2, y + h // 2, hold=0.2)
+    try:
+        board.wait_for("brightness screen", brightness_page, 30)
+    except BoardError:
+        raise CheckFailed("a touch on Brightness at %d,%d did not open its screen"
+                          % (x + w // 2, y + h // 2))
+    board.screendump(os.path.join(out, "brightness.png"))
+    print("board_test: one touch on Brightness opened its screen")
+
+
+def main(argv):
+    if len(argv) != 2 or argv[1] not in ("boot", "touch"):
+        print(__doc__, file=sys.stderr)
+        return 2
+    if not inside_unit():
+        print("board_test: runs only inside a virtual unit", file=sys.stderr)
+        return 2
+    out = os.environ.get("BENCHTEST_SCRATCH_DIR") or "/tmp/board-test"
+    board = Board(os.path.abspath(argv[0]), os.path.join(out, "board"), dip=1)
+    try:
+        {"boot": check_boot, "touch": check_touch}[argv[1]](board, out)
+    except (BoardError, CheckFailed) as e:
+        print("board_test: %s\n--- the board's console (last lines):\n%s"
+              % (e, "\n".join(board.console().splitlines()[-40:])), file=sys.stderr)
+        return 1
+    finally:
+        board.stop()
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
