@@ -195,6 +195,19 @@ class Board:
                 {"type": "key", "data": {"down": down, "key": {"type": "qcode", "data": qcode}}}])
             time.sleep(hold)
 
+    def wait_shell(self, timeout=120):
+        """Waits until the board's console shell answers (input sent before it reads the line
+        is lost)."""
+        deadline = time.monotonic() + timeout
+        while True:
+            try:
+                # No prompt and no echo: the shell's output is then only the commands'.
+                self.shell("PS1=''; stty -echo", timeout=3)
+                return
+            except (BoardError, OSError):
+                if time.monotonic() > deadline:
+                    raise BoardError("the board's console shell never answered")
+
     def shell(self, command, timeout=30):
         """Runs a command line in the board's console shell (a board started without the
         program) and gives back what it printed."""
@@ -213,16 +226,14 @@ class Board:
                 if not chunk:
                     break
                 data += chunk
+        except socket.timeout:
+            pass
         finally:
             s.close()
         text = data.decode("utf-8", "replace").replace("\r\n", "\n")
         if begin not in text or end not in text:
             raise BoardError("the board's shell did not finish %r" % command)
-        output = text.split(begin + "\n", 1)[-1].split(end, 1)[0]
-        # The prompt and the echoed last line before the end marker are the shell's, not the
-        # command's.
-        lines = output.split("\n")
-        return "\n".join(line for line in lines if not line.startswith("# "))
+        return text.split(begin + "\n", 1)[-1].split(end, 1)[0]
 
     # ---- what the board shows ----------------------------------------------------------
 
@@ -325,3 +336,38 @@ def make_png(width, height, pixels):
     return (b"\x89PNG\r\n\x1a\n"
             + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0))
             + chunk(b"IDAT", zlib.compress(rows, 6)) + chunk(b"IEND", b""))
+
+
+def pixel(image, x, y):
+    width, _, data = image
+    o = (y * width + x) * 3
+    return data[o], data[o + 1], data[o + 2]
+
+
+def artwork_problems(image, buttons):
+    """What is wrong with the picture at the buttons' places (empty: each shows the program's
+    button artwork, a lit blue-grey gradient brighter at the top, on a black background).
+    buttons: screen-text items (KIND CLASS NAME X Y W H TEXT)."""
+    width, height, _ = image
+    problems = []
+    for (_, _, _, x, y, w, h, text) in buttons:
+        if x < 4 or y < 4 or x + w + 4 > width or y + h + 4 > height:
+            problems.append("%r lies off the %dx%d screen" % (text, width, height))
+            continue
+        # A column left of the text, through the middle half of the button's height.
+        column = [pixel(image, x + w // 8, yy) for yy in range(y + h // 4, y + 3 * h // 4)]
+        grey = all(40 <= sum(p) / 3 <= 170 and p[2] >= p[0] for p in column)
+        quarter = max(1, len(column) // 4)
+        top = sum(sum(p) for p in column[:quarter]) / quarter
+        bottom = sum(sum(p) for p in column[-quarter:]) / quarter
+        corners = [pixel(image, x - 3, y - 3), pixel(image, x + w + 2, y + h + 2)]
+        if not grey:
+            problems.append("%r at %d,%d: not the button's blue-grey (%s)"
+                            % (text, x, y, column[len(column) // 2]))
+        elif top - bottom < 15:
+            problems.append("%r at %d,%d: no gradient (top %.0f, bottom %.0f)"
+                            % (text, x, y, top / 3, bottom / 3))
+        if any(sum(p) > 30 for p in corners):
+            problems.append("%r at %d,%d: the background beside it is not black (%s)"
+                            % (text, x, y, corners))
+    return problems

@@ -22,7 +22,7 @@ import time
 
 SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
 sys.path.insert(0, os.path.join(SOURCE, "sim", "board"))
-from board import Board, BoardError, inside_unit  # noqa: E402
+from board import Board, BoardError, artwork_problems, inside_unit  # noqa: E402
 
 MENU_BUTTONS = 20
 BOOT_TIMEOUT = 300
@@ -30,39 +30,6 @@ BOOT_TIMEOUT = 300
 
 class CheckFailed(Exception):
     pass
-
-
-def pixel(image, x, y):
-    width, _, data = image
-    o = (y * width + x) * 3
-    return data[o], data[o + 1], data[o + 2]
-
-
-def artwork_problems(image, buttons):
-    """What is wrong with the picture at the buttons' places (empty: each shows the artwork)."""
-    width, height, _ = image
-    problems = []
-    for (_, _, _, x, y, w, h, text) in buttons:
-        if x < 4 or y < 4 or x + w + 4 > width or y + h + 4 > height:
-            problems.append("%r lies off the %dx%d screen" % (text, width, height))
-            continue
-        # A column left of the text, through the middle half of the button's height.
-        column = [pixel(image, x + w // 8, yy) for yy in range(y + h // 4, y + 3 * h // 4)]
-        grey = all(40 <= sum(p) / 3 <= 170 and p[2] >= p[0] for p in column)
-        quarter = max(1, len(column) // 4)
-        top = sum(sum(p) for p in column[:quarter]) / quarter
-        bottom = sum(sum(p) for p in column[-quarter:]) / quarter
-        corners = [pixel(image, x - 3, y - 3), pixel(image, x + w + 2, y + h + 2)]
-        if not grey:
-            problems.append("%r at %d,%d: not the button's blue-grey (%s)"
-                            % (text, x, y, column[len(column) // 2]))
-        elif top - bottom < 15:
-            problems.append("%r at %d,%d: no gradient (top %.0f, bottom %.0f)"
-                            % (text, x, y, top / 3, bottom / 3))
-        if any(sum(p) > 30 for p in corners):
-            problems.append("%r at %d,%d: the background beside it is not black (%s)"
-                            % (text, x, y, corners))
-    return problems
 
 
 def menu_buttons(board):
