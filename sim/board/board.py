@@ -39,7 +39,7 @@ class Board:
         self.run_dir = run_dir
         self.pixels = pixels
         self.dip = dip
-        self.start_program = start
+        self.autostart = start
         self.memory = memory
         self.cpus = cpus
         self.extra_env = list(extra_env)
@@ -59,7 +59,7 @@ class Board:
             if not os.path.isfile(f):
                 raise BoardError("no %s: make the board first (sim/board/make-image)" % f)
         append = ["console=ttyAMA0", "quiet", "benchtest.dip=%s" % self.dip]
-        if not self.start_program:
+        if not self.autostart:
             append.append("benchtest.start=0")
         for setting in self.extra_env:
             if not re.fullmatch(r"[A-Za-z_][A-Za-z0-9_]*=[^\s]*", setting):
@@ -234,6 +234,12 @@ class Board:
         if begin not in text or end not in text:
             raise BoardError("the board's shell did not finish %r" % command)
         return text.split(begin + "\n", 1)[-1].split(end, 1)[0]
+
+    def start_program(self):
+        """Starts the program from the console shell of a board booted without it, as the
+        board's init would (the unit's start script, its output on the console)."""
+        self.shell("(cd /brimdale/benchtest && exec ./start-on-unit ./benchtest "
+                   "</dev/null >/dev/console 2>&1) &")
 
     # ---- what the board shows ----------------------------------------------------------
 

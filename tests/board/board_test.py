@@ -11,6 +11,9 @@ Usage: board_test.py IMAGE-DIR CHECK
   touch  a touch on "Brightness", sent as the tablet's absolute position and button through
          the kernel's input layer to tslib's input module and the program's pointer, opens the
          brightness screen
+  key    the menu key is the board's virtio keyboard (code 30), grabbed by the program: three
+         presses on the key and LED screen bring its Continue button, and a second reader of
+         the device, which saw a press before the program started, sees none while it runs
 
 The run's files (console, screen text, pictures) go to $BENCHTEST_SCRATCH_DIR, kept when the
 check fails.
@@ -88,8 +91,53 @@ def check_touch(board, out):
     print("board_test: one touch on Brightness opened its screen")
 
 
+def check_key(board, out):
+    board.autostart = False
+    board.start()
+    board.wait_console(r"^board: up", BOOT_TIMEOUT)
+    board.wait_shell()
+    # A second reader of the menu key's device (16-byte events of the 32-bit board).
+    board.shell("dd if=/dev/input/event1 of=/tmp/second bs=16 2>/dev/null &")
+    time.sleep(1)
+    board.key("a")
+
+    def second_reader_bytes():
+        words = board.shell("wc -c < /tmp/second").split()
+        return int(words[0]) if words and words[0].isdigit() else -1
+
+    board.wait_for("the second reader's events before the grab", second_reader_bytes, 30)
+    before = second_reader_bytes()
+    board.start_program()
+    buttons = board.wait_for("function menu of %d buttons on the screen" % MENU_BUTTONS,
+                             lambda: menu_buttons(board), BOOT_TIMEOUT)
+    target = [b for b in buttons if b[7] == "Key and LED"]
+    if not target:
+        raise CheckFailed("no Key and LED button in the menu")
+    _, _, _, x, y, w, h, _ = target[0]
+    board.touch(x + w // 2, y + h // 2, hold=0.2)
+    board.wait_for("the key and LED screen", lambda: any(
+        i[0] == "page" and i[1] == "KeyAndLedInterface" for i in board.items()), 30)
+
+    def continue_shown():
+        return any(i[0] == "button" and i[7] == "Continue" for i in board.items())
+
+    time.sleep(1)
+    if continue_shown():
+        raise CheckFailed("Continue shows before any press of the menu key")
+    for _ in range(3):
+        board.key("a", hold=0.1)
+        time.sleep(0.3)
+    board.wait_for("Continue after three presses of the menu key", continue_shown, 30)
+    after = second_reader_bytes()
+    if after != before:
+        raise CheckFailed("the second reader got %d bytes of events while the program held "
+                          "the key" % (after - before))
+    print("board_test: the second reader saw %d bytes before the grab and none during it"
+          % before)
+
+
 def main(argv):
-    if len(argv) != 2 or argv[1] not in ("boot", "touch"):
+    if len(argv) != 2 or argv[1] not in ("boot", "touch", "key"):
         print(__doc__, file=sys.stderr)
         return 2
     if not inside_unit():
@@ -98,7 +146,7 @@ def main(argv):
     out = os.environ.get("BENCHTEST_SCRATCH_DIR") or "/tmp/board-test"
     board = Board(os.path.abspath(argv[0]), os.path.join(out, "board"), dip=1)
     try:
-        {"boot": check_boot, "touch": check_touch}[argv[1]](board, out)
+        {"boot": check_boot, "touch": check_touch, "key": check_key}[argv[1]](board, out)
     except (BoardError, CheckFailed) as e:
         print("board_test: %s\n--- the board's console (last lines):\n%s"
               % (e, "\n".join(board.console().splitlines()[-40:])), file=sys.stderr)
