@@ -11,6 +11,8 @@ Usage: board_test.py IMAGE-DIR CHECK
   touch  a touch on "Brightness", sent as the tablet's absolute position and button through
          the kernel's input layer to tslib's input module and the program's pointer, opens the
          brightness screen
+  rtc    the clock screen's Next sets the board's real-time clock (the PL031): the board's own
+         hwclock reads back the date and time entered (the screen's 2018/10/01 10:10)
   key    the menu key is the board's virtio keyboard (code 30), grabbed by the program: three
          presses on the key and LED screen bring its Continue button, and a second reader of
          the device, which saw a press before the program started, sees none while it runs
@@ -91,11 +93,49 @@ def check_touch(board, out):
     print("board_test: one touch on Brightness opened its screen")
 
 
-def check_key(board, out):
+def boot_with_shell(board):
+    """Boots the board without the program, for a shell on its console beside it."""
     board.autostart = False
     board.start()
     board.wait_console(r"^board: up", BOOT_TIMEOUT)
     board.wait_shell()
+
+
+def touch_item(board, match, what):
+    item = board.wait_for(what, lambda: next((i for i in board.items() if match(i)), None), 30)
+    _, _, _, x, y, w, h, _ = item
+    board.touch(x + w // 2, y + h // 2, hold=0.2)
+
+
+def wait_page(board, page):
+    board.wait_for("the %s page" % page, lambda: any(
+        i[0] == "page" and i[1] == page for i in board.items()), 30)
+
+
+def check_rtc(board, out):
+    boot_with_shell(board)
+    before = board.shell("hwclock -r").strip()
+    if before.startswith("2018-10-01"):
+        raise CheckFailed("the board's clock shows the date to be entered before the test")
+    board.start_program()
+    board.wait_for("function menu", lambda: menu_buttons(board), BOOT_TIMEOUT)
+    touch_item(board, lambda i: i[0] == "button" and i[7] == "Date and Time", "Date and Time")
+    wait_page(board, "RtcInterface")
+    touch_item(board, lambda i: i[2] == "OKBtn", "the time's OK")
+    board.wait_for("the time 10:10", lambda: any(
+        i[0] == "label" and ":10:10" in i[7] for i in board.items()), 30)
+    touch_item(board, lambda i: i[2] == "OKBtn", "the date's OK")
+    board.wait_for("the date 2018/10/01", lambda: any(
+        i[0] == "label" and "2018/10/01" in i[7] for i in board.items()), 30)
+    touch_item(board, lambda i: i[0] == "button" and i[7] == "Next", "Next")
+    clock = board.wait_for("the board's clock at 2018-10-01 10:10", lambda: next(
+        (line for line in board.shell("hwclock -r").splitlines()
+         if line.startswith("2018-10-01 10:1")), None), 30)
+    print("board_test: hwclock before %r, after Next %r" % (before, clock.strip()))
+
+
+def check_key(board, out):
+    boot_with_shell(board)
     # A second reader of the menu key's device (16-byte events of the 32-bit board).
     board.shell("dd if=/dev/input/event1 of=/tmp/second bs=16 2>/dev/null &")
     time.sleep(1)
@@ -103,20 +143,14 @@ def check_key(board, out):
 
     def second_reader_bytes():
         words = board.shell("wc -c < /tmp/second").split()
-        return int(words[0]) if words and words[0].isdigit() else -1
+        return int(words[0]) if words and words[0].isdigit() else 0
 
     board.wait_for("the second reader's events before the grab", second_reader_bytes, 30)
     before = second_reader_bytes()
     board.start_program()
-    buttons = board.wait_for("function menu of %d buttons on the screen" % MENU_BUTTONS,
-                             lambda: menu_buttons(board), BOOT_TIMEOUT)
-    target = [b for b in buttons if b[7] == "Key and LED"]
-    if not target:
-        raise CheckFailed("no Key and LED button in the menu")
-    _, _, _, x, y, w, h, _ = target[0]
-    board.touch(x + w // 2, y + h // 2, hold=0.2)
-    board.wait_for("the key and LED screen", lambda: any(
-        i[0] == "page" and i[1] == "KeyAndLedInterface" for i in board.items()), 30)
+    board.wait_for("function menu", lambda: menu_buttons(board), BOOT_TIMEOUT)
+    touch_item(board, lambda i: i[0] == "button" and i[7] == "Key and LED", "Key and LED")
+    wait_page(board, "KeyAndLedInterface")
 
     def continue_shown():
         return any(i[0] == "button" and i[7] == "Continue" for i in board.items())
@@ -137,7 +171,7 @@ def check_key(board, out):
 
 
 def main(argv):
-    if len(argv) != 2 or argv[1] not in ("boot", "touch", "key"):
+    if len(argv) != 2 or argv[1] not in ("boot", "touch", "key", "rtc"):
         print(__doc__, file=sys.stderr)
         return 2
     if not inside_unit():
@@ -146,7 +180,8 @@ def main(argv):
     out = os.environ.get("BENCHTEST_SCRATCH_DIR") or "/tmp/board-test"
     board = Board(os.path.abspath(argv[0]), os.path.join(out, "board"), dip=1)
     try:
-        {"boot": check_boot, "touch": check_touch, "key": check_key}[argv[1]](board, out)
+        {"boot": check_boot, "touch": check_touch, "key": check_key,
+         "rtc": check_rtc}[argv[1]](board, out)
     except (BoardError, CheckFailed) as e:
         print("board_test: %s\n--- the board's console (last lines):\n%s"
               % (e, "\n".join(board.console().splitlines()[-40:])), file=sys.stderr)
