@@ -34,7 +34,7 @@ def inside_unit():
 
 class Board:
     def __init__(self, image_dir, run_dir, pixels=(800, 480), dip=1, start=True, memory=1024,
-                 cpus=1, extra_env=(), serial_stdio=False):
+                 cpus=1, extra_env=(), serial_stdio=False, com=("none", "none", "none")):
         self.image_dir = image_dir
         self.run_dir = run_dir
         self.pixels = pixels
@@ -44,6 +44,11 @@ class Board:
         self.cpus = cpus
         self.extra_env = list(extra_env)
         self.serial_stdio = serial_stdio
+        # COM1..COM3: "none" (unplugged) or "loop" (a loopback plug).
+        for plug in com:
+            if plug not in ("none", "loop"):
+                raise BoardError("a serial port is none or loop, not %r" % plug)
+        self.com = list(com)
         self.process = None
         self.qmp_socket = None
         self.qmp_file = None
@@ -89,7 +94,26 @@ class Board:
             "-device", "virtconsole,chardev=observe",
             "-rtc", "base=utc",
             "-nic", "none",
+            *self.serial_ports(),
         ]
+
+    def serial_ports(self):
+        """COM1..COM3: one PCI card of four 16550 UARTs (the kernel's 8250 driver; the board
+        names its first three /dev/ttyO0..2). An unplugged port's line goes nowhere."""
+        out = []
+        card = ["pci-serial-4x"]
+        for n, plug in enumerate(self.com + ["none"], 1):
+            name = "com%d" % n
+            if plug == "loop":
+                # Datagrams to itself on the unit's loopback: the emulator turns the line round
+                # without a process of ours in between.
+                port = 40000 + n
+                out += ["-chardev", "udp,id=%s,host=127.0.0.1,port=%d,localaddr=127.0.0.1,"
+                        "localport=%d" % (name, port, port)]
+            else:
+                out += ["-chardev", "null,id=%s" % name]
+            card.append("chardev%d=%s" % (n, name))
+        return out + ["-device", ",".join(card)]
 
     # ---- start and stop ----------------------------------------------------------------
 
