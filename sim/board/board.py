@@ -34,7 +34,8 @@ def inside_unit():
 
 class Board:
     def __init__(self, image_dir, run_dir, pixels=(800, 480), dip=1, start=True, memory=1024,
-                 cpus=1, extra_env=(), serial_stdio=False, com=("none", "none", "none")):
+                 cpus=1, extra_env=(), serial_stdio=False, com=("none", "none", "none"),
+                 usb_cable=True):
         self.image_dir = image_dir
         self.run_dir = run_dir
         self.pixels = pixels
@@ -49,6 +50,8 @@ class Board:
             if plug not in ("none", "loop"):
                 raise BoardError("a serial port is none or loop, not %r" % plug)
         self.com = list(com)
+        # The cable from the board's USB host port to its device port (the gadget's disk).
+        self.usb_cable = usb_cable
         self.process = None
         self.qmp_socket = None
         self.qmp_file = None
@@ -66,6 +69,8 @@ class Board:
         append = ["console=ttyAMA0", "quiet", "benchtest.dip=%s" % self.dip]
         if not self.autostart:
             append.append("benchtest.start=0")
+        if not self.usb_cable:
+            append.append("benchtest.usbcable=out")
         for setting in self.extra_env:
             if not re.fullmatch(r"[A-Za-z_][A-Za-z0-9_]*=[^\s]*", setting):
                 raise BoardError("bad environment setting %r (NAME=VALUE, no blanks)" % setting)

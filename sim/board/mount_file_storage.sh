@@ -22,4 +22,8 @@ else
 fi
 echo 1 >$gadget/functions/mass_storage.0/lun.0/removable
 echo $image >$gadget/functions/mass_storage.0/lun.0/file
-ls /sys/class/udc | head -n 1 >$gadget/UDC
+# The cable from the host port to the device port: pulled, the gadget is left unbound and the
+# host side sees no disk.
+if [ "$(cat /run/usb-cable 2>/dev/null)" != out ]; then
+    ls /sys/class/udc | head -n 1 >$gadget/UDC
+fi

@@ -19,6 +19,12 @@ Usage: board_test.py IMAGE-DIR CHECK
          quiet time (6 bytes short in the first ten blocks), and is counted as errors
   com-pulled
          the same with nothing on COM1: every block is counted as an error
+  usb-device
+         the USB device test from the menu: the board's gadget script exports /tmp/ram.img
+         through dummy_hcd and the mass-storage gadget, the board's own USB host sees it as
+         /dev/sda, and the program finds its bytes there: "USB Device Test Pass!"
+  usb-device-pulled
+         the same with the cable pulled (the gadget left unbound): "USB Device Test Not Pass!"
   key    the menu key is the board's virtio keyboard (code 30), grabbed by the program: three
          presses on the key and LED screen bring its Continue button, and a second reader of
          the device, which saw a press before the program started, sees none while it runs
@@ -171,6 +177,22 @@ def check_com(board, out, plugged=True):
         label_number(board, "errorCountLabel")))
 
 
+def check_usb_device(board, out, cable=True):
+    board.usb_cable = cable
+    board.start()
+    board.wait_for("function menu", lambda: menu_buttons(board), BOOT_TIMEOUT)
+    touch_item(board, lambda i: i[0] == "button" and i[7] == "USB device", "USB device")
+    wait_page(board, "USBHostDeviceTest")
+    result = board.wait_for("the USB device test's result", lambda: next(
+        (i[7] for i in board.items() if i[0] == "label" and "USB Device Test" in i[7]), None),
+        120)
+    expected = ("<font color='black'>USB Device Test Pass!</font>" if cable
+                else "<font color='red'>USB Device Test Not Pass!</font>")
+    if result != expected:
+        raise CheckFailed("the USB device test says %r" % result)
+    print("board_test: %s" % result)
+
+
 def check_key(board, out):
     boot_with_shell(board)
     # A second reader of the menu key's device (16-byte events of the 32-bit board).
@@ -209,7 +231,8 @@ def check_key(board, out):
 
 def main(argv):
     checks = {"boot": check_boot, "touch": check_touch, "key": check_key, "rtc": check_rtc,
-              "com": check_com, "com-pulled": lambda b, o: check_com(b, o, plugged=False)}
+              "com": check_com, "usb-device": check_usb_device,
+              "usb-device-pulled": lambda b, o: check_usb_device(b, o, cable=False), "com-pulled": lambda b, o: check_com(b, o, plugged=False)}
     if len(argv) != 2 or argv[1] not in checks:
         print(__doc__, file=sys.stderr)
         return 2
