@@ -35,7 +35,7 @@ def inside_unit():
 class Board:
     def __init__(self, image_dir, run_dir, pixels=(800, 480), dip=1, start=True, memory=1024,
                  cpus=1, extra_env=(), serial_stdio=False, com=("none", "none", "none"),
-                 usb_cable=True):
+                 usb_cable=True, stick=None):
         self.image_dir = image_dir
         self.run_dir = run_dir
         self.pixels = pixels
@@ -52,6 +52,8 @@ class Board:
         self.com = list(com)
         # The cable from the board's USB host port to its device port (the gadget's disk).
         self.usb_cable = usb_cable
+        # The USB stick's disk image (a FAT file system), plugged and pulled while running.
+        self.stick = stick
         self.process = None
         self.qmp_socket = None
         self.qmp_file = None
@@ -100,6 +102,10 @@ class Board:
             "-rtc", "base=utc",
             "-nic", "none",
             *self.serial_ports(),
+            # The board's USB host port: an xHCI controller, the stick's drive ready beside it.
+            "-device", "qemu-xhci,id=xhci",
+            *(["-drive", "if=none,id=stick,format=raw,file=%s" % self.stick]
+              if self.stick else []),
         ]
 
     def serial_ports(self):
@@ -270,6 +276,16 @@ class Board:
         self.shell("(cd /brimdale/benchtest && exec ./start-on-unit ./benchtest "
                    "</dev/null >/dev/console 2>&1) &")
 
+    def stick_plug(self):
+        """Plugs the USB stick into the board's host port."""
+        if not self.stick:
+            raise BoardError("the board was started without a stick")
+        self.qmp("device_add", driver="usb-storage", bus="xhci.0", drive="stick", id="stick0",
+                 removable=True)
+
+    def stick_pull(self):
+        self.qmp("device_del", id="stick0")
+
     # ---- what the board shows ----------------------------------------------------------
 
     def screendump(self, png_path):
@@ -338,6 +354,20 @@ class Board:
     def wait_console(self, pattern, timeout=120):
         return self.wait_for("console line matching %r" % pattern,
                              lambda: re.search(pattern, self.console(), re.M), timeout)
+
+
+def make_stick(path, files=(), megabytes=16):
+    """A USB stick's image: a FAT file system holding the given (name, bytes) files, made and
+    filled without mounting anything."""
+    with open(path, "wb") as f:
+        f.truncate(megabytes * 1024 * 1024)
+    subprocess.run(["mkfs.fat", "-n", "STICK", path], check=True, stdout=subprocess.DEVNULL)
+    for name, data in files:
+        source = path + ".file"
+        with open(source, "wb") as f:
+            f.write(data)
+        subprocess.run(["mcopy", "-i", path, source, "::" + name], check=True)
+        os.unlink(source)
 
 
 def parse_ppm(data):

@@ -25,6 +25,10 @@ Usage: board_test.py IMAGE-DIR CHECK
          /dev/sda, and the program finds its bytes there: "USB Device Test Pass!"
   usb-device-pulled
          the same with the cable pulled (the gadget left unbound): "USB Device Test Not Pass!"
+  usb-host
+         the USB host test from the menu with a stick plugged into the board's xHCI port while
+         it runs: the board mounts it under /run/media, the program writes and reads back its
+         file: "USB Host Test Pass!"; pulled again, the board unmounts it
   key    the menu key is the board's virtio keyboard (code 30), grabbed by the program: three
          presses on the key and LED screen bring its Continue button, and a second reader of
          the device, which saw a press before the program started, sees none while it runs
@@ -39,7 +43,7 @@ import time
 
 SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
 sys.path.insert(0, os.path.join(SOURCE, "sim", "board"))
-from board import Board, BoardError, artwork_problems, inside_unit  # noqa: E402
+from board import Board, BoardError, artwork_problems, inside_unit, make_stick  # noqa: E402
 
 MENU_BUTTONS = 20
 BOOT_TIMEOUT = 300
@@ -193,6 +197,26 @@ def check_usb_device(board, out, cable=True):
     print("board_test: %s" % result)
 
 
+def check_usb_host(board, out):
+    board.stick = os.path.join(out, "stick.img")
+    make_stick(board.stick)
+    boot_with_shell(board)
+    board.start_program()
+    board.wait_for("function menu", lambda: menu_buttons(board), BOOT_TIMEOUT)
+    board.stick_plug()
+    board.wait_for("the stick mounted", lambda: "/run/media/sd" in board.shell("mount"), 60)
+    touch_item(board, lambda i: i[0] == "button" and i[7] == "USB host", "USB host")
+    wait_page(board, "USBHostDeviceTest")
+    result = board.wait_for("the USB host test's result", lambda: next(
+        (i[7] for i in board.items() if i[0] == "label" and "USB Host Test" in i[7]), None), 120)
+    if result != "<font color='black'>USB Host Test Pass!</font>":
+        raise CheckFailed("the USB host test says %r" % result)
+    board.stick_pull()
+    board.wait_for("the stick unmounted", lambda: "/run/media/sd" not in board.shell("mount"),
+                   60)
+    print("board_test: %s; the stick was mounted while plugged and is gone once pulled" % result)
+
+
 def check_key(board, out):
     boot_with_shell(board)
     # A second reader of the menu key's device (16-byte events of the 32-bit board).
@@ -232,6 +256,7 @@ def check_key(board, out):
 def main(argv):
     checks = {"boot": check_boot, "touch": check_touch, "key": check_key, "rtc": check_rtc,
               "com": check_com, "usb-device": check_usb_device,
+              "usb-host": check_usb_host,
               "usb-device-pulled": lambda b, o: check_usb_device(b, o, cable=False), "com-pulled": lambda b, o: check_com(b, o, plugged=False)}
     if len(argv) != 2 or argv[1] not in checks:
         print(__doc__, file=sys.stderr)
