@@ -41,8 +41,12 @@ private:
         for (const ts_sample &s : samples) {
             if (!alive)
                 return;
-            const QPoint pos(s.x, s.y);
             const bool down = s.pressure > 0;
+            // A release has no place of its own on a panel read through the kernel's input
+            // layer (tslib's input module gives 0, 0): the finger leaves where it last was.
+            const QPoint pos = down || !pressed ? QPoint(s.x, s.y) : last;
+            if (down)
+                last = pos;
             QEvent::Type type = QEvent::MouseMove;
             if (down && !pressed)
                 type = QEvent::MouseButtonPress;
@@ -72,6 +76,7 @@ private:
     QSocketNotifier notifier;
     QPointer<QWindow> grabbed;
     bool pressed = false;
+    QPoint last;
 };
 
 } // namespace

@@ -61,6 +61,10 @@ BoardConfig BoardConfig::load(const QString &path)
                 config.framSpiHz = quint32(number);
             else
                 bad(QStringLiteral("a clock rate of 1..100000000 Hz"));
+        } else if (key == QLatin1String("fram-file")) {
+            config.framFile = value;
+        } else if (key == QLatin1String("dip-file")) {
+            config.dipFile = value;
         } else if (key == QLatin1String("dip-chip")) {
             config.dipChip = value;
         } else if (key == QLatin1String("dip-lines")) {

@@ -22,12 +22,16 @@ public:
     QString rtc = QStringLiteral("/dev/rtc0");
     QString framSpi = QStringLiteral("/dev/spidev1.0");
     quint32 framSpiHz = 10000000;
+    // Stand-in for a board without the chip: the FRAM's bytes in this file instead of on SPI.
+    QString framFile;
     // The GPIO chip: a path, a name under /dev or a chip number.
     QString dipChip = QStringLiteral("gpiochip0");
     // Line offsets of SW1, SW2, SW3, SW4.
     QVector<unsigned int> dipLines { 0, 1, 2, 3 };
     // A switch that is ON pulls its line low.
     bool dipActiveLow = true;
+    // Stand-in for a board without switches: the DIP value read from this file at every call.
+    QString dipFile;
     // Input event device of the buzzer; empty: the first input device under
     // <sysfs>/class/input whose name has "beep" or "spkr" in it.
     QString beeper;

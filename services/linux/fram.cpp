@@ -8,6 +8,7 @@
 #include "framebuffer.h"
 #include "gpiolines.h"
 #include "parameterstore.h"
+#include "standins.h"
 
 namespace {
 ParameterStore &parameters()
@@ -74,6 +75,15 @@ void Fram::makeSound(int sound)
 unsigned int Fram::getDSWVal()
 {
     const BoardConfig &config = BoardConfig::current();
+    if (!config.dipFile.isEmpty()) {
+        unsigned int value = 0;
+        QString problem;
+        if (DipFile::read(config.dipFile, &value, &problem))
+            return value;
+        warnDevice(QStringLiteral("DIP switches"),
+            QStringLiteral("%1; all switches taken as OFF (value 0)").arg(problem));
+        return 0;
+    }
     static GpiodLines lines(config.dipChip, config.dipLines);
     QVector<int> levels;
     if (!lines.read(&levels)) {

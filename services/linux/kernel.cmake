@@ -14,6 +14,7 @@ add_library(serviceslinux STATIC
     ${CMAKE_CURRENT_LIST_DIR}/parameterstore.h ${CMAKE_CURRENT_LIST_DIR}/parameterstore.cpp
     ${CMAKE_CURRENT_LIST_DIR}/rtcdevice.h ${CMAKE_CURRENT_LIST_DIR}/rtcdevice.cpp
     ${CMAKE_CURRENT_LIST_DIR}/spibus.h ${CMAKE_CURRENT_LIST_DIR}/spibus.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/standins.h ${CMAKE_CURRENT_LIST_DIR}/standins.cpp
     ${CMAKE_CURRENT_LIST_DIR}/sysfsbacklight.h ${CMAKE_CURRENT_LIST_DIR}/sysfsbacklight.cpp
 )
 # Position-independent, so that it can go into a shared services library as well.

@@ -46,6 +46,9 @@ void tst_BoardConfig::defaults()
     QCOMPARE(config.framSpi, QStringLiteral("/dev/spidev1.0"));
     QCOMPARE(config.framSpiHz, quint32(10000000));
     QCOMPARE(config.dipChip, QStringLiteral("gpiochip0"));
+    // No stand-ins unless named: a board has its chip and switches.
+    QCOMPARE(config.framFile, QString());
+    QCOMPARE(config.dipFile, QString());
     QCOMPARE(config.dipLines, (QVector<unsigned int> { 0, 1, 2, 3 }));
     QCOMPARE(config.dipActiveLow, true);
     QCOMPARE(config.beeper, QString());
@@ -79,6 +82,8 @@ void tst_BoardConfig::everyKeyIsRead()
                                "dip-chip = gpiochip2\n"
                                "dip-lines = 7, 6 5\t4\n"
                                "dip-active-low = 0\n"
+                               "fram-file = /brimdale/board/fram.bin\n"
+                               "dip-file = /brimdale/board/dip\n"
                                "beeper = /dev/input/event5\n"
                                "framebuffer = /dev/fb1\n"
                                "model = 4\n"
@@ -95,6 +100,8 @@ void tst_BoardConfig::everyKeyIsRead()
     QCOMPARE(config.dipChip, QStringLiteral("gpiochip2"));
     QCOMPARE(config.dipLines, (QVector<unsigned int> { 7, 6, 5, 4 }));
     QCOMPARE(config.dipActiveLow, false);
+    QCOMPARE(config.framFile, QStringLiteral("/brimdale/board/fram.bin"));
+    QCOMPARE(config.dipFile, QStringLiteral("/brimdale/board/dip"));
     QCOMPARE(config.beeper, QStringLiteral("/dev/input/event5"));
     QCOMPARE(config.framebuffer, QStringLiteral("/dev/fb1"));
     QCOMPARE(config.model, 4);

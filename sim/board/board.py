@@ -1,0 +1,438 @@
+"""The emulated armhf board, seen from inside a virtual unit: starts qemu-system-arm on the board's
+kernel and root (sim/board/make-image), and works it the way a worker and the bench would: the
+touch panel and the menu key through the emulator's own input events (QMP input-send-event),
+pictures of its screen (QMP screendump), its serial console, and the screen text the program
+writes when BENCHTEST_OBSERVE is set, carried out over a virtio serial port.
+
+Everything the emulator has is in the unit: its QMP socket, console and screen files are in the
+run directory, and it has no network of its own (-nic none) unless a NIC is wired to a socket on
+the unit's loopback. The emulator's user-mode network is never used.
+"""
+
+import json
+import os
+import re
+import socket
+import struct
+import subprocess
+import time
+import zlib
+
+# The tablet's axes run 0..32767 over the whole screen (the emulator's absolute range).
+ABS_MAX = 0x7FFF
+SCREEN_END = "@@screen"
+
+
+class BoardError(Exception):
+    pass
+
+
+def inside_unit():
+    """True inside a virtual unit (its own host name and simulator state)."""
+    return socket.gethostname() == "unit" and os.path.isdir("/sim")
+
+
+class Board:
+    def __init__(self, image_dir, run_dir, pixels=(800, 480), dip=1, start=True, memory=1024,
+                 cpus=1, extra_env=(), serial_stdio=False, com=("none", "none", "none"),
+                 usb_cable=True, stick=None):
+        self.image_dir = image_dir
+        self.run_dir = run_dir
+        self.pixels = pixels
+        self.dip = dip
+        self.autostart = start
+        self.memory = memory
+        self.cpus = cpus
+        self.extra_env = list(extra_env)
+        self.serial_stdio = serial_stdio
+        # COM1..COM3: "none" (unplugged) or "loop" (a loopback plug).
+        for plug in com:
+            if plug not in ("none", "loop"):
+                raise BoardError("a serial port is none or loop, not %r" % plug)
+        self.com = list(com)
+        # The cable from the board's USB host port to its device port (the gadget's disk).
+        self.usb_cable = usb_cable
+        # The USB stick's disk image (a FAT file system), plugged and pulled while running.
+        self.stick = stick
+        self.process = None
+        self.qmp_socket = None
+        self.qmp_file = None
+        self.started = None
+
+    def path(self, name):
+        return os.path.join(self.run_dir, name)
+
+    def command(self):
+        kernel = os.path.join(self.image_dir, "vmlinuz")
+        initrd = os.path.join(self.image_dir, "initrd.cpio")
+        for f in (kernel, initrd):
+            if not os.path.isfile(f):
+                raise BoardError("no %s: make the board first (sim/board/make-image)" % f)
+        append = ["console=ttyAMA0", "quiet", "benchtest.dip=%s" % self.dip]
+        if not self.autostart:
+            append.append("benchtest.start=0")
+        if not self.usb_cable:
+            append.append("benchtest.usbcable=out")
+        for setting in self.extra_env:
+            if not re.fullmatch(r"[A-Za-z_][A-Za-z0-9_]*=[^\s]*", setting):
+                raise BoardError("bad environment setting %r (NAME=VALUE, no blanks)" % setting)
+            append.append("benchtest.env=" + setting)
+        width, height = self.pixels
+        # The console is logged to a file and open to a client on a socket (the board's shell
+        # when the program is not started).
+        serial = ["-serial", "stdio"] if self.serial_stdio else [
+            "-chardev", "socket,id=console,path=%s,server=on,wait=off,logfile=%s"
+            % (self.path("console.sock"), self.path("console.log")),
+            "-serial", "chardev:console"]
+        return [
+            "qemu-system-arm", "-M", "virt,highmem=off", "-m", str(self.memory),
+            "-smp", str(self.cpus), "-accel", "tcg,tb-size=256",
+            # virtio 1.0 over MMIO: the kernel's virtio-gpu and virtio-input drivers refuse
+            # the legacy interface.
+            "-global", "virtio-mmio.force-legacy=false",
+            "-kernel", kernel, "-initrd", initrd, "-append", " ".join(append),
+            "-display", "none", "-monitor", "none", *serial,
+            "-qmp", "unix:%s,server=on,wait=off" % self.path("qmp.sock"),
+            "-device", "virtio-gpu-device,xres=%d,yres=%d" % (width, height),
+            "-device", "virtio-tablet-device,id=touch",
+            "-device", "virtio-keyboard-device,id=key",
+            "-device", "virtio-serial-device",
+            "-chardev", "file,id=observe,path=%s" % self.path("screen.log"),
+            "-device", "virtconsole,chardev=observe",
+            "-rtc", "base=utc",
+            "-nic", "none",
+            *self.serial_ports(),
+            # The board's USB host port: an xHCI controller, the stick's drive ready beside it.
+            "-device", "qemu-xhci,id=xhci",
+            *(["-drive", "if=none,id=stick,format=raw,file=%s" % self.stick]
+              if self.stick else []),
+        ]
+
+    def serial_ports(self):
+        """COM1..COM3: one PCI card of four 16550 UARTs (the kernel's 8250 driver; the board
+        names its first three /dev/ttyO0..2). An unplugged port's line goes nowhere."""
+        out = []
+        card = ["pci-serial-4x"]
+        for n, plug in enumerate(self.com + ["none"], 1):
+            name = "com%d" % n
+            if plug == "loop":
+                # Datagrams to itself on the unit's loopback: the emulator turns the line round
+                # without a process of ours in between.
+                port = 40000 + n
+                out += ["-chardev", "udp,id=%s,host=127.0.0.1,port=%d,localaddr=127.0.0.1,"
+                        "localport=%d" % (name, port, port)]
+            else:
+                out += ["-chardev", "null,id=%s" % name]
+            card.append("chardev%d=%s" % (n, name))
+        return out + ["-device", ",".join(card)]
+
+    # ---- start and stop ----------------------------------------------------------------
+
+    def start(self):
+        os.makedirs(self.run_dir, exist_ok=True)
+        for name in ("console.log", "console.sock", "screen.log", "qmp.sock"):
+            try:
+                os.unlink(self.path(name))
+            except FileNotFoundError:
+                pass
+        command = self.command()
+        self.started = time.monotonic()
+        self.process = subprocess.Popen(
+            command, stdin=None if self.serial_stdio else subprocess.DEVNULL,
+            stdout=None if self.serial_stdio else open(self.path("qemu.log"), "wb"),
+            stderr=subprocess.STDOUT if not self.serial_stdio else None)
+        deadline = time.monotonic() + 30
+        while True:
+            if self.process.poll() is not None:
+                raise BoardError("the emulator ended at once (status %d); see %s"
+                                 % (self.process.returncode, self.path("qemu.log")))
+            try:
+                s = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+                s.connect(self.path("qmp.sock"))
+                break
+            except OSError:
+                s.close()
+                if time.monotonic() > deadline:
+                    raise BoardError("the emulator's QMP socket never opened")
+                time.sleep(0.05)
+        self.qmp_socket = s
+        self.qmp_file = s.makefile("rwb")
+        self._read_reply()  # the greeting
+        self.qmp("qmp_capabilities")
+
+    def stop(self):
+        if self.qmp_socket:
+            try:
+                self.qmp("quit")
+            except (BoardError, OSError):
+                pass
+            self.qmp_socket.close()
+            self.qmp_socket = None
+        if self.process and self.process.poll() is None:
+            try:
+                self.process.wait(timeout=10)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                self.process.wait()
+
+    def __enter__(self):
+        self.start()
+        return self
+
+    def __exit__(self, *exc):
+        self.stop()
+
+    # ---- QMP -----------------------------------------------------------------------------
+
+    def _read_reply(self):
+        while True:
+            line = self.qmp_file.readline()
+            if not line:
+                raise BoardError("the emulator closed its QMP socket")
+            reply = json.loads(line)
+            if "event" not in reply:
+                return reply
+
+    def qmp(self, command, **arguments):
+        message = {"execute": command}
+        if arguments:
+            message["arguments"] = arguments
+        self.qmp_file.write(json.dumps(message).encode() + b"\n")
+        self.qmp_file.flush()
+        reply = self._read_reply()
+        if "error" in reply:
+            raise BoardError("%s: %s" % (command, reply["error"].get("desc", reply["error"])))
+        return reply.get("return")
+
+    # ---- the worker's hands ------------------------------------------------------------
+
+    def _abs(self, pixel, size):
+        return max(0, min(ABS_MAX, round(pixel * ABS_MAX / max(1, size - 1))))
+
+    # No device is named: the board's only absolute pointer is the tablet and its only keyboard
+    # the virtio one, and naming one would need it bound to a display.
+    def touch(self, x, y, hold=0.1):
+        """A finger on screen pixel (x, y) for hold seconds: the tablet's absolute position and
+        its button, as the kernel's input layer hands them to tslib."""
+        width, height = self.pixels
+        position = [{"type": "abs", "data": {"axis": "x", "value": self._abs(x, width)}},
+                    {"type": "abs", "data": {"axis": "y", "value": self._abs(y, height)}}]
+        self.qmp("input-send-event", events=position + [
+            {"type": "btn", "data": {"down": True, "button": "left"}}])
+        time.sleep(hold)
+        self.qmp("input-send-event", events=position + [
+            {"type": "btn", "data": {"down": False, "button": "left"}}])
+
+    def key(self, qcode="a", hold=0.05):
+        """Presses and releases a key of the board's keyboard (the menu key is "a", code 30)."""
+        for down in (True, False):
+            self.qmp("input-send-event", events=[
+                {"type": "key", "data": {"down": down, "key": {"type": "qcode", "data": qcode}}}])
+            time.sleep(hold)
+
+    def wait_shell(self, timeout=120):
+        """Waits until the board's console shell answers (input sent before it reads the line
+        is lost)."""
+        deadline = time.monotonic() + timeout
+        while True:
+            try:
+                # No prompt and no echo: the shell's output is then only the commands'.
+                self.shell("PS1=''; stty -echo", timeout=3)
+                return
+            except (BoardError, OSError):
+                if time.monotonic() > deadline:
+                    raise BoardError("the board's console shell never answered")
+
+    def shell(self, command, timeout=30):
+        """Runs a command line in the board's console shell (a board started without the
+        program) and gives back what it printed."""
+        # Quoted in what is sent, so that only the shell's output has the markers whole (the
+        # terminal echoes the command lines too).
+        tag = "%d" % int(time.monotonic() * 1000)
+        begin, end = "@@begin" + tag, "@@end" + tag
+        s = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        s.connect(self.path("console.sock"))
+        s.settimeout(timeout)
+        s.sendall(("echo @@'begin'%s\n%s\necho @@'end'%s\n" % (tag, command, tag)).encode())
+        data = b""
+        try:
+            while end.encode() not in data:
+                chunk = s.recv(4096)
+                if not chunk:
+                    break
+                data += chunk
+        except socket.timeout:
+            pass
+        finally:
+            s.close()
+        text = data.decode("utf-8", "replace").replace("\r\n", "\n")
+        if begin not in text or end not in text:
+            raise BoardError("the board's shell did not finish %r" % command)
+        return text.split(begin + "\n", 1)[-1].split(end, 1)[0]
+
+    def start_program(self):
+        """Starts the program from the console shell of a board booted without it, as the
+        board's init would (the unit's start script, its output on the console)."""
+        self.shell("(cd /brimdale/benchtest && exec ./start-on-unit ./benchtest "
+                   "</dev/null >/dev/console 2>&1) &")
+
+    def stick_plug(self):
+        """Plugs the USB stick into the board's host port."""
+        if not self.stick:
+            raise BoardError("the board was started without a stick")
+        self.qmp("device_add", driver="usb-storage", bus="xhci.0", drive="stick", id="stick0",
+                 removable=True)
+
+    def stick_pull(self):
+        self.qmp("device_del", id="stick0")
+
+    # ---- what the board shows ----------------------------------------------------------
+
+    def screendump(self, png_path):
+        """The board's screen as the emulator's display has it, saved as PNG."""
+        ppm = png_path + ".ppm"
+        self.qmp("screendump", filename=ppm)
+        with open(ppm, "rb") as f:
+            data = f.read()
+        os.unlink(ppm)
+        width, height, pixels = parse_ppm(data)
+        with open(png_path, "wb") as f:
+            f.write(make_png(width, height, pixels))
+        return width, height, pixels
+
+    def console(self):
+        try:
+            with open(self.path("console.log"), "rb") as f:
+                return f.read().decode("utf-8", "replace")
+        except FileNotFoundError:
+            return ""
+
+    def screen_text(self):
+        """The program's last complete screen text (KIND CLASS OBJECTNAME X Y W H TEXT lines)."""
+        try:
+            with open(self.path("screen.log"), "rb") as f:
+                # The port is a terminal on the board: its line ends come out as CR LF.
+                data = f.read().decode("utf-8", "replace").replace("\r\n", "\n")
+        except FileNotFoundError:
+            return ""
+        blocks = data.split(SCREEN_END + "\n")
+        return blocks[-2] if len(blocks) >= 2 else ""
+
+    def items(self):
+        out = []
+        for line in self.screen_text().splitlines():
+            f = line.split("\t")
+            if len(f) >= 8:
+                try:
+                    out.append((f[0], f[1], f[2], int(f[3]), int(f[4]), int(f[5]), int(f[6]),
+                                "\t".join(f[7:])))
+                except ValueError:
+                    continue
+        return out
+
+    def wait_for(self, what, predicate, timeout):
+        deadline = time.monotonic() + timeout
+        while True:
+            value = predicate()
+            if value:
+                return value
+            if self.process.poll() is not None:
+                raise BoardError("the emulator ended (status %d) waiting for %s"
+                                 % (self.process.returncode, what))
+            if time.monotonic() > deadline:
+                raise BoardError("no %s within %d s" % (what, timeout))
+            time.sleep(0.1)
+
+    def wait_item(self, kind, text, timeout=60):
+        def find():
+            for item in self.items():
+                if item[0] == kind and item[7] == text:
+                    return item
+            return None
+        return self.wait_for("%s %r on the screen" % (kind, text), find, timeout)
+
+    def wait_console(self, pattern, timeout=120):
+        return self.wait_for("console line matching %r" % pattern,
+                             lambda: re.search(pattern, self.console(), re.M), timeout)
+
+
+def make_stick(path, files=(), megabytes=16):
+    """A USB stick's image: a FAT file system holding the given (name, bytes) files, made and
+    filled without mounting anything."""
+    with open(path, "wb") as f:
+        f.truncate(megabytes * 1024 * 1024)
+    subprocess.run(["mkfs.fat", "-n", "STICK", path], check=True, stdout=subprocess.DEVNULL)
+    for name, data in files:
+        source = path + ".file"
+        with open(source, "wb") as f:
+            f.write(data)
+        subprocess.run(["mcopy", "-i", path, source, "::" + name], check=True)
+        os.unlink(source)
+
+
+def parse_ppm(data):
+    """Width, height and RGB bytes of a binary PPM (P6, maximum 255), as screendump writes."""
+    fields, i = [], 0
+    while len(fields) < 4:
+        while data[i:i + 1].isspace():
+            i += 1
+        if data[i:i + 1] == b"#":
+            i = data.index(b"\n", i) + 1
+            continue
+        j = i
+        while not data[j:j + 1].isspace():
+            j += 1
+        fields.append(data[i:j])
+        i = j
+    if fields[0] != b"P6" or int(fields[3]) != 255:
+        raise BoardError("the screen picture is not an 8-bit PPM")
+    width, height = int(fields[1]), int(fields[2])
+    pixels = data[i + 1:i + 1 + width * height * 3]
+    if len(pixels) != width * height * 3:
+        raise BoardError("the screen picture is cut short")
+    return width, height, pixels
+
+
+def make_png(width, height, pixels):
+    def chunk(kind, body):
+        return (struct.pack(">I", len(body)) + kind + body
+                + struct.pack(">I", zlib.crc32(kind + body) & 0xFFFFFFFF))
+    rows = b"".join(b"\0" + pixels[y * width * 3:(y + 1) * width * 3] for y in range(height))
+    return (b"\x89PNG\r\n\x1a\n"
+            + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0))
+            + chunk(b"IDAT", zlib.compress(rows, 6)) + chunk(b"IEND", b""))
+
+
+def pixel(image, x, y):
+    width, _, data = image
+    o = (y * width + x) * 3
+    return data[o], data[o + 1], data[o + 2]
+
+
+def artwork_problems(image, buttons):
+    """What is wrong with the picture at the buttons' places (empty: each shows the program's
+    button artwork, a lit blue-grey gradient brighter at the top, on a black background).
+    buttons: screen-text items (KIND CLASS NAME X Y W H TEXT)."""
+    width, height, _ = image
+    problems = []
+    for (_, _, _, x, y, w, h, text) in buttons:
+        if x < 4 or y < 4 or x + w + 4 > width or y + h + 4 > height:
+            problems.append("%r lies off the %dx%d screen" % (text, width, height))
+            continue
+        # A column left of the text, through the middle half of the button's height.
+        column = [pixel(image, x + w // 8, yy) for yy in range(y + h // 4, y + 3 * h // 4)]
+        grey = all(40 <= sum(p) / 3 <= 170 and p[2] >= p[0] for p in column)
+        quarter = max(1, len(column) // 4)
+        top = sum(sum(p) for p in column[:quarter]) / quarter
+        bottom = sum(sum(p) for p in column[-quarter:]) / quarter
+        corners = [pixel(image, x - 3, y - 3), pixel(image, x + w + 2, y + h + 2)]
+        if not grey:
+            problems.append("%r at %d,%d: not the button's blue-grey (%s)"
+                            % (text, x, y, column[len(column) // 2]))
+        elif top - bottom < 15:
+            problems.append("%r at %d,%d: no gradient (top %.0f, bottom %.0f)"
+                            % (text, x, y, top / 3, bottom / 3))
+        if any(sum(p) > 30 for p in corners):
+            problems.append("%r at %d,%d: the background beside it is not black (%s)"
+                            % (text, x, y, corners))
+    return problems
