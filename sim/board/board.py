@@ -14,7 +14,9 @@ import os
 import re
 import socket
 import struct
+import shutil
 import subprocess
+import tempfile
 import time
 import zlib
 
@@ -58,9 +60,17 @@ class Board:
         self.qmp_socket = None
         self.qmp_file = None
         self.started = None
+        self.socket_dir = None
 
     def path(self, name):
         return os.path.join(self.run_dir, name)
+
+    def socket_path(self, name):
+        # A socket's path must stay under 108 bytes, and a build folder's run directory can be
+        # longer than that: the emulator's sockets live in a short folder of their own.
+        if self.socket_dir is None:
+            self.socket_dir = tempfile.mkdtemp(prefix="board.", dir="/tmp")
+        return os.path.join(self.socket_dir, name)
 
     def command(self):
         kernel = os.path.join(self.image_dir, "vmlinuz")
@@ -82,7 +92,7 @@ class Board:
         # when the program is not started).
         serial = ["-serial", "stdio"] if self.serial_stdio else [
             "-chardev", "socket,id=console,path=%s,server=on,wait=off,logfile=%s"
-            % (self.path("console.sock"), self.path("console.log")),
+            % (self.socket_path("console.sock"), self.path("console.log")),
             "-serial", "chardev:console"]
         return [
             "qemu-system-arm", "-M", "virt,highmem=off", "-m", str(self.memory),
@@ -92,7 +102,7 @@ class Board:
             "-global", "virtio-mmio.force-legacy=false",
             "-kernel", kernel, "-initrd", initrd, "-append", " ".join(append),
             "-display", "none", "-monitor", "none", *serial,
-            "-qmp", "unix:%s,server=on,wait=off" % self.path("qmp.sock"),
+            "-qmp", "unix:%s,server=on,wait=off" % self.socket_path("qmp.sock"),
             "-device", "virtio-gpu-device,xres=%d,yres=%d" % (width, height),
             "-device", "virtio-tablet-device,id=touch",
             "-device", "virtio-keyboard-device,id=key",
@@ -130,7 +140,7 @@ class Board:
 
     def start(self):
         os.makedirs(self.run_dir, exist_ok=True)
-        for name in ("console.log", "console.sock", "screen.log", "qmp.sock"):
+        for name in ("console.log", "screen.log"):
             try:
                 os.unlink(self.path(name))
             except FileNotFoundError:
@@ -148,7 +158,7 @@ class Board:
                                  % (self.process.returncode, self.path("qemu.log")))
             try:
                 s = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-                s.connect(self.path("qmp.sock"))
+                s.connect(self.socket_path("qmp.sock"))
                 break
             except OSError:
                 s.close()
@@ -174,6 +184,9 @@ class Board:
             except subprocess.TimeoutExpired:
                 self.process.kill()
                 self.process.wait()
+        if self.socket_dir:
+            shutil.rmtree(self.socket_dir, ignore_errors=True)
+            self.socket_dir = None
 
     def __enter__(self):
         self.start()
@@ -251,7 +264,7 @@ class Board:
         tag = "%d" % int(time.monotonic() * 1000)
         begin, end = "@@begin" + tag, "@@end" + tag
         s = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        s.connect(self.path("console.sock"))
+        s.connect(self.socket_path("console.sock"))
         s.settimeout(timeout)
         s.sendall(("echo @@'begin'%s\n%s\necho @@'end'%s\n" % (tag, command, tag)).encode())
         data = b""
