@@ -13,7 +13,10 @@
 
 #include <functional>
 
+#include <tslib.h>
+
 #include <fcntl.h>
+#include <poll.h>
 #include <stdlib.h>
 
 #include <sys/stat.h>
@@ -280,6 +283,10 @@ void TestCalibration::failedReadWhileDrainingEndsProgram()
         &errors,
         [master] {
             close(master);
+            // The line hangs up only once the parent has closed its copy of the master too,
+            // which a busy machine may let happen after this point: wait for it.
+            pollfd line { ts_fd(ts), POLLIN, 0 };
+            poll(&line, 1, 10000);
             drainTouchInput();
             fprintf(stderr, "drain returned\n");
         },
