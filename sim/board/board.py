@@ -4,17 +4,17 @@ touch panel and the menu key through the emulator's own input events (QMP input-
 pictures of its screen (QMP screendump), its serial console, and the screen text the program
 writes when BENCHTEST_OBSERVE is set, carried out over a virtio serial port.
 
-Everything the emulator has is in the unit: its QMP socket, console and screen files are in the
-run directory, and it has no network of its own (-nic none) unless a NIC is wired to a socket on
+Everything the emulator has is in the unit: its console and screen files are in the run
+directory, its sockets in the unit's /tmp, and it has no network of its own (-nic none) unless a NIC is wired to a socket on
 the unit's loopback. The emulator's user-mode network is never used.
 """
 
 import json
 import os
 import re
+import shutil
 import socket
 import struct
-import shutil
 import subprocess
 import tempfile
 import time
