@@ -5,8 +5,8 @@ pictures of its screen (QMP screendump), its serial console, and the screen text
 writes when BENCHTEST_OBSERVE is set, carried out over a virtio serial port.
 
 Everything the emulator has is in the unit: its console and screen files are in the run
-directory, its sockets in the unit's /tmp, and it has no network of its own (-nic none) unless a NIC is wired to a socket on
-the unit's loopback. The emulator's user-mode network is never used.
+directory, its sockets in the unit's /tmp, and it has no network of its own (-nic none) unless a
+NIC is wired to a socket on the unit's loopback. The emulator's user-mode network is never used.
 """
 
 import json
