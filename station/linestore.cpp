@@ -46,6 +46,7 @@ LineStore::LineStore(const QString &connectionName) : connection(connectionName)
 
 LineStore::~LineStore()
 {
+    queries.clear();
     if (QSqlDatabase::contains(connection)) {
         QSqlDatabase::database(connection, false).close();
         QSqlDatabase::removeDatabase(connection);
@@ -168,7 +169,7 @@ bool LineStore::migrate()
         }
         // The report's tables start out holding what the lines already say.
         QString reason;
-        if (step + 1 == ReportVersion && !ReportFold::foldAll(db, &reason))
+        if (step + 1 == ReportVersion && !ReportFold::foldAll(queries, &reason))
             return rollback(QStringLiteral("version %1: %2").arg(step + 1).arg(reason));
         query.prepare(
             QStringLiteral("INSERT INTO schema_version (version, applied_at) VALUES (?, ?)"));
@@ -189,6 +190,7 @@ LineStore::Added LineStore::add(const QString &runId, const QList<NumberedLine> 
     auto refuse = [&](const QString &reason) {
         db.rollback();
         // Opened again by the next batch: a server that was restarted is found again.
+        queries.clear();
         db.close();
         added.error = reason;
         added.stored = 0;
@@ -199,37 +201,32 @@ LineStore::Added LineStore::add(const QString &runId, const QList<NumberedLine> 
         return refuse(sqlError(db.lastError()));
     if (!db.transaction())
         return refuse(sqlError(db.lastError()));
-    QSqlQuery query(db);
+    QString reason;
     // A record's report rows are made again by whoever adds to it: one station at a time.
-    if (postgres) {
-        query.prepare(QStringLiteral("SELECT pg_advisory_xact_lock(36891, hashtext(?))"));
-        query.addBindValue(runId);
-        if (!query.exec())
-            return refuse(sqlError(query.lastError()));
-    }
+    if (postgres
+        && !queries.exec(QStringLiteral("SELECT pg_advisory_xact_lock(36891, hashtext(?))"),
+            { runId }, QStringLiteral("lock"), &reason))
+        return refuse(reason);
     const QString now = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
     qint64 firstNew = 0;
-    if (!query.prepare(QStringLiteral(
-            "INSERT INTO record_lines (run_id, line_no, line_time, mac, kind, name, result, "
-            "received_at, station) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (run_id, "
-            "line_no) DO NOTHING")))
-        return refuse(sqlError(query.lastError()));
     for (const NumberedLine &line : lines) {
-        query.addBindValue(runId);
-        query.addBindValue(line.number);
+        QVariantList values { runId, line.number };
         for (const QString &field : line.fields)
-            query.addBindValue(field);
-        query.addBindValue(now);
-        query.addBindValue(station);
-        if (!query.exec())
-            return refuse(sqlError(query.lastError()));
-        if (query.numRowsAffected() != 1)
+            values << field;
+        values << now << station;
+        QSqlQuery *query = queries.exec(
+            QStringLiteral("INSERT INTO record_lines (run_id, line_no, line_time, mac, kind, "
+                           "name, result, received_at, station) VALUES (?, ?, ?, ?, ?, ?, ?, ?, "
+                           "?) ON CONFLICT (run_id, line_no) DO NOTHING"),
+            values, QStringLiteral("lines"), &reason);
+        if (!query)
+            return refuse(reason);
+        if (query->numRowsAffected() != 1)
             ++added.duplicates;
         else if (added.stored++ == 0)
             firstNew = line.number;
     }
-    QString reason;
-    if (added.stored > 0 && !ReportFold::fold(db, runId, firstNew, &reason))
+    if (added.stored > 0 && !ReportFold::fold(queries, runId, firstNew, &reason))
         return refuse(reason);
     // Confirmed only once the commit is through.
     if (!db.commit())

@@ -3,6 +3,8 @@
 // already there is left as it is.
 #pragma once
 
+#include "station/querycache.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -54,6 +56,7 @@ private:
     bool fail(const QString &what, const QString &reason);
 
     QString connection;
+    QueryCache queries { connection };
     bool postgres = false;
     QString station = QStringLiteral(""); // a NOT NULL column: empty, never null
     QString error;

@@ -1,10 +1,10 @@
 #include "station/reportfold.h"
 
+#include "station/querycache.h"
+
 #include <QDateTime>
 #include <QList>
 #include <QMap>
-#include <QSqlDatabase>
-#include <QSqlError>
 #include <QSqlQuery>
 #include <QVariant>
 
@@ -50,15 +50,13 @@ struct Run {
 
 using HistKey = std::tuple<QString, QString, QString, QString, qint64>;
 
+// Rows per multi-row statement: a batch's stage rows go in one round trip, and a record of any
+// size needs at most this many statements of each kind.
+constexpr int ChunkRows = 32;
+
 qint64 secondsOf(const QString &time)
 {
     return QDateTime::fromString(time, Qt::ISODate).toSecsSinceEpoch();
-}
-
-bool fail(QString *error, const QString &what, const QSqlQuery &query)
-{
-    *error = what + QStringLiteral(": ") + query.lastError().text().trimmed();
-    return false;
 }
 
 // "version=V model=M screen=WxH dip=0xD", checked when the line was stored.
@@ -73,106 +71,97 @@ void readRunLine(Run &run, const QString &result)
     }
 }
 
-bool exec(QSqlQuery &query, QString *error, const QString &what)
+// "HEAD VALUES (?, ...), (?, ...) TAIL" over VALUES, WIDTH values a row, rows in their order.
+bool execRows(QueryCache &queries, const QString &head, const QString &tail, int width,
+    const QVariantList &values, const QString &what, QString *error)
 {
-    return query.exec() || fail(error, what, query);
-}
-
-bool applyHist(QSqlDatabase &db, const QMap<HistKey, qint64> &deltas, QString *error)
-{
-    QSqlQuery upsert(db);
-    upsert.prepare(QStringLiteral(
-        "INSERT INTO report_stage_hist (day, model, station, stage, seconds, n) VALUES (?, ?, "
-        "?, ?, ?, ?) ON CONFLICT (day, model, station, stage, seconds) DO UPDATE SET n = "
-        "report_stage_hist.n + excluded.n"));
-    // In key order, so that two stations updating the same rows take them in the same order.
-    for (auto it = deltas.cbegin(); it != deltas.cend(); ++it) {
-        if (it.value() == 0)
-            continue;
-        upsert.addBindValue(std::get<0>(it.key()));
-        upsert.addBindValue(std::get<1>(it.key()));
-        upsert.addBindValue(std::get<2>(it.key()));
-        upsert.addBindValue(std::get<3>(it.key()));
-        upsert.addBindValue(std::get<4>(it.key()));
-        upsert.addBindValue(it.value());
-        if (!exec(upsert, error, QStringLiteral("stage times")))
+    const QString row = QLatin1Char('(')
+        + QStringList(width, QStringLiteral("?")).join(QStringLiteral(", ")) + QLatin1Char(')');
+    const qsizetype rows = values.size() / width;
+    for (qsizetype first = 0; first < rows; first += ChunkRows) {
+        const qsizetype n = qMin<qsizetype>(ChunkRows, rows - first);
+        const QString sql = head + QStringLiteral(" VALUES ")
+            + QStringList(n, row).join(QStringLiteral(", ")) + tail;
+        if (!queries.exec(sql, values.mid(first * width, n * width), what, error))
             return false;
     }
     return true;
+}
+
+bool applyHist(QueryCache &queries, const QMap<HistKey, qint64> &deltas, QString *error)
+{
+    QVariantList values;
+    // In key order, so that two stations updating the same rows take them in the same order.
+    for (auto it = deltas.cbegin(); it != deltas.cend(); ++it) {
+        if (it.value() != 0)
+            values << std::get<0>(it.key()) << std::get<1>(it.key()) << std::get<2>(it.key())
+                   << std::get<3>(it.key()) << std::get<4>(it.key()) << it.value();
+    }
+    return execRows(queries,
+        QStringLiteral("INSERT INTO report_stage_hist (day, model, station, stage, seconds, n)"),
+        QStringLiteral(" ON CONFLICT (day, model, station, stage, seconds) DO UPDATE SET n = "
+                       "report_stage_hist.n + excluded.n"),
+        6, values, QStringLiteral("stage times"), error);
 }
 
 // The report's rows of RECORD's runs from run FROM on leave; the stage histogram loses them.
-bool forget(QSqlDatabase &db, const QString &record, qint64 from, QMap<HistKey, qint64> *hist,
+bool forget(QueryCache &queries, const QString &record, qint64 from, QMap<HistKey, qint64> *hist,
     QString *error)
 {
-    QSqlQuery query(db);
-    query.prepare(QStringLiteral("SELECT day, model, station, stage, seconds FROM report_stages "
-                                 "WHERE record_key = ? AND run_no >= ?"));
-    query.addBindValue(record);
-    query.addBindValue(from);
-    if (!exec(query, error, QStringLiteral("stage times")))
+    QSqlQuery *query = queries.exec(QStringLiteral("SELECT day, model, station, stage, seconds "
+                                                   "FROM report_stages WHERE record_key = ? AND "
+                                                   "run_no >= ?"),
+        { record, from }, QStringLiteral("stage times"), error);
+    if (!query)
         return false;
-    while (query.next())
-        (*hist)[HistKey(query.value(0).toString(), query.value(1).toString(),
-            query.value(2).toString(), query.value(3).toString(), query.value(4).toLongLong())]
+    while (query->next())
+        (*hist)[HistKey(query->value(0).toString(), query->value(1).toString(),
+            query->value(2).toString(), query->value(3).toString(), query->value(4).toLongLong())]
             -= 1;
+    query->finish();
     for (const char *table : { "report_stages", "report_failures", "report_runs" }) {
-        query.prepare(QStringLiteral("DELETE FROM %1 WHERE record_key = ? AND run_no >= ?")
-                          .arg(QLatin1String(table)));
-        query.addBindValue(record);
-        query.addBindValue(from);
-        if (!exec(query, error, QLatin1String(table)))
+        if (!queries.exec(QStringLiteral("DELETE FROM %1 WHERE record_key = ? AND run_no >= ?")
+                              .arg(QLatin1String(table)),
+                { record, from }, QLatin1String(table), error))
             return false;
     }
     return true;
 }
 
-bool store(QSqlDatabase &db, const QString &record, const QList<Run> &runs,
+bool store(QueryCache &queries, const QString &record, const QList<Run> &runs,
     QMap<HistKey, qint64> *hist, QString *error)
 {
-    QSqlQuery run(db);
-    run.prepare(QStringLiteral(
-        "INSERT INTO report_runs (record_key, run_no, run_id, mac, model, bench, station, day, "
-        "started, last_time, line_count, state) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
-    QSqlQuery stage(db);
-    stage.prepare(QStringLiteral(
-        "INSERT INTO report_stages (record_key, run_no, line_no, stage, seconds, day, model, "
-        "station) VALUES (?, ?, ?, ?, ?, ?, ?, ?)"));
-    QSqlQuery failure(db);
-    failure.prepare(QStringLiteral(
-        "INSERT INTO report_failures (record_key, run_no, device, day, model, station, again) "
-        "VALUES (?, ?, ?, ?, ?, ?, ?)"));
+    QVariantList runRows;
+    QVariantList stageRows;
+    QVariantList failureRows;
     for (qsizetype i = 0; i < runs.size(); ++i) {
         const Run &r = runs.at(i);
-        for (const QVariant &value : { QVariant(record), QVariant(r.number), QVariant(r.id),
-                 QVariant(r.mac), QVariant(r.model), QVariant(r.bench ? 1 : 0), QVariant(r.station),
-                 QVariant(r.day), QVariant(r.started), QVariant(r.last), QVariant(r.lines),
-                 QVariant(r.state(i + 1 < runs.size())) })
-            run.addBindValue(value);
-        if (!exec(run, error, QStringLiteral("runs")))
-            return false;
+        runRows << record << r.number << r.id << r.mac << r.model << (r.bench ? 1 : 0) << r.station
+                << r.day << r.started << r.last << r.lines << r.state(i + 1 < runs.size());
         // Only the bench walk's runs count in the report; the menu's are in a unit's history.
         if (!r.bench)
             continue;
         for (const Run::Stage &s : r.stages) {
-            for (const QVariant &value :
-                { QVariant(record), QVariant(r.number), QVariant(s.line), QVariant(s.name),
-                    QVariant(s.seconds), QVariant(r.day), QVariant(r.model), QVariant(r.station) })
-                stage.addBindValue(value);
-            if (!exec(stage, error, QStringLiteral("stage times")))
-                return false;
+            stageRows << record << r.number << s.line << s.name << s.seconds << r.day << r.model
+                      << r.station;
             (*hist)[HistKey(r.day, r.model, r.station, s.name, s.seconds)] += 1;
         }
-        for (auto it = r.failures.cbegin(); it != r.failures.cend(); ++it) {
-            for (const QVariant &value :
-                { QVariant(record), QVariant(r.number), QVariant(it.key()), QVariant(r.day),
-                    QVariant(r.model), QVariant(r.station), QVariant(it.value() ? 1 : 0) })
-                failure.addBindValue(value);
-            if (!exec(failure, error, QStringLiteral("failures")))
-                return false;
-        }
+        for (auto it = r.failures.cbegin(); it != r.failures.cend(); ++it)
+            failureRows << record << r.number << it.key() << r.day << r.model << r.station
+                        << (it.value() ? 1 : 0);
     }
-    return true;
+    return execRows(queries,
+               QStringLiteral("INSERT INTO report_runs (record_key, run_no, run_id, mac, model, "
+                              "bench, station, day, started, last_time, line_count, state)"),
+               QString(), 12, runRows, QStringLiteral("runs"), error)
+        && execRows(queries,
+            QStringLiteral("INSERT INTO report_stages (record_key, run_no, line_no, stage, "
+                           "seconds, day, model, station)"),
+            QString(), 8, stageRows, QStringLiteral("stage times"), error)
+        && execRows(queries,
+            QStringLiteral("INSERT INTO report_failures (record_key, run_no, device, day, model, "
+                           "station, again)"),
+            QString(), 7, failureRows, QStringLiteral("failures"), error);
 }
 
 // What a unit adds to the overview's sums of its first bench run's day, model and station.
@@ -186,98 +175,136 @@ struct UnitSums {
     auto key() const { return std::tie(day, model, station); }
 };
 
-bool addSums(QSqlDatabase &db, const UnitSums &sums, qint64 sign, QString *error)
+bool addSums(QueryCache &queries, const UnitSums &sums, QString *error)
 {
-    if (sums.day.isEmpty())
-        return true; // no bench run yet: in no overview
-    QSqlQuery upsert(db);
-    upsert.prepare(QStringLiteral(
-        "INSERT INTO report_unit_days (day, model, station, tested, passed, first_pass, "
-        "retested, open_runs, cut_runs) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (day, "
-        "model, station) DO UPDATE SET tested = report_unit_days.tested + excluded.tested, "
-        "passed = report_unit_days.passed + excluded.passed, first_pass = "
-        "report_unit_days.first_pass + excluded.first_pass, retested = "
-        "report_unit_days.retested + excluded.retested, open_runs = report_unit_days.open_runs "
-        "+ excluded.open_runs, cut_runs = report_unit_days.cut_runs + excluded.cut_runs"));
-    upsert.addBindValue(sums.day);
-    upsert.addBindValue(sums.model);
-    upsert.addBindValue(sums.station);
+    if (sums.day.isEmpty() || sums.n == std::array<qint64, 6> {})
+        return true; // no bench run yet, or nothing changes: in no overview
+    QVariantList values { sums.day, sums.model, sums.station };
     for (const qint64 n : sums.n)
-        upsert.addBindValue(sign * n);
-    return exec(upsert, error, QStringLiteral("overview"));
+        values << n;
+    return queries.exec(
+        QStringLiteral(
+            "INSERT INTO report_unit_days (day, model, station, tested, passed, first_pass, "
+            "retested, open_runs, cut_runs) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (day, "
+            "model, station) DO UPDATE SET tested = report_unit_days.tested + excluded.tested, "
+            "passed = report_unit_days.passed + excluded.passed, first_pass = "
+            "report_unit_days.first_pass + excluded.first_pass, retested = "
+            "report_unit_days.retested + excluded.retested, open_runs = "
+            "report_unit_days.open_runs + excluded.open_runs, cut_runs = "
+            "report_unit_days.cut_runs + excluded.cut_runs"),
+        values, QStringLiteral("overview"), error);
 }
 
-// A unit is its record: its numbers are summed up again from its runs' rows, and the overview's
-// sums lose what the unit brought before and gain what it brings now.
-bool storeUnit(QSqlDatabase &db, const QString &record, QString *error)
+UnitSums negated(UnitSums sums)
 {
-    QSqlQuery query(db);
-    query.prepare(QStringLiteral("SELECT first_day, model, station, passed, first_pass, "
-                                 "bench_runs, open_runs, cut_runs FROM report_units WHERE "
-                                 "record_key = ?"));
-    query.addBindValue(record);
-    if (!exec(query, error, QStringLiteral("units")))
-        return false;
+    for (qint64 &n : sums.n)
+        n = -n;
+    return sums;
+}
+
+// One report_runs row, as storeUnit() sums it up.
+struct RunRow {
+    QString mac;
+    QString model;
+    bool bench = false;
+    QString station;
+    QString day;
+    QString state;
+    QString last;
+};
+
+// A unit is its record: its numbers are summed up again from its runs (RUNS: every run of the
+// record, in order), and the overview's sums lose what the unit brought before (nothing when
+// KNOWN is false: a record seen for the first time) and gain what it brings now.
+bool storeUnit(QueryCache &queries, const QString &record, bool known, const QList<RunRow> &runs,
+    QString *error)
+{
     UnitSums before;
-    if (query.next()) {
-        before.day = query.value(0).toString();
-        before.model = query.value(1).toString();
-        before.station = query.value(2).toString();
-        before.n = { 1, query.value(3).toLongLong(), query.value(4).toLongLong(),
-            query.value(5).toLongLong() > 1 ? 1 : 0, query.value(6).toLongLong(),
-            query.value(7).toLongLong() };
+    if (known) {
+        QSqlQuery *query = queries.exec(QStringLiteral("SELECT first_day, model, station, passed, "
+                                                       "first_pass, bench_runs, open_runs, "
+                                                       "cut_runs FROM report_units WHERE "
+                                                       "record_key = ?"),
+            { record }, QStringLiteral("units"), error);
+        if (!query)
+            return false;
+        if (query->next()) {
+            before.day = query->value(0).toString();
+            before.model = query->value(1).toString();
+            before.station = query->value(2).toString();
+            before.n = { 1, query->value(3).toLongLong(), query->value(4).toLongLong(),
+                query->value(5).toLongLong() > 1 ? 1 : 0, query->value(6).toLongLong(),
+                query->value(7).toLongLong() };
+        }
+        query->finish();
     }
 
-    query.prepare(QStringLiteral("SELECT mac, model, bench, station, day, state, last_time FROM "
-                                 "report_runs WHERE record_key = ? ORDER BY run_no"));
-    query.addBindValue(record);
-    if (!exec(query, error, QStringLiteral("runs")))
-        return false;
     QString mac = QStringLiteral("-");
     QString last = QStringLiteral("");
     UnitSums now;
     qint64 benchRuns = 0;
     qint64 failed = 0;
-    while (query.next()) {
-        if (query.value(0).toString() != QLatin1String("-"))
-            mac = query.value(0).toString();
-        last = query.value(6).toString();
-        if (query.value(2).toInt() != 1)
+    for (const RunRow &run : runs) {
+        if (run.mac != QLatin1String("-"))
+            mac = run.mac;
+        last = run.last;
+        if (!run.bench)
             continue;
-        const QString state = query.value(5).toString();
         if (benchRuns++ == 0) {
-            now.model = query.value(1).toString();
-            now.station = query.value(3).toString();
-            now.day = query.value(4).toString();
-            now.n[2] = state == QLatin1String("passed") ? 1 : 0;
+            now.model = run.model;
+            now.station = run.station;
+            now.day = run.day;
+            now.n[2] = run.state == QLatin1String("passed") ? 1 : 0;
         }
-        now.n[1] = (now.n[1] || state == QLatin1String("passed")) ? 1 : 0;
-        now.n[4] += state == QLatin1String("open") ? 1 : 0;
-        now.n[5] += state == QLatin1String("cut") ? 1 : 0;
-        failed += state == QLatin1String("failed") ? 1 : 0;
+        now.n[1] = (now.n[1] || run.state == QLatin1String("passed")) ? 1 : 0;
+        now.n[4] += run.state == QLatin1String("open") ? 1 : 0;
+        now.n[5] += run.state == QLatin1String("cut") ? 1 : 0;
+        failed += run.state == QLatin1String("failed") ? 1 : 0;
     }
     now.n[0] = 1;
     now.n[3] = benchRuns > 1 ? 1 : 0;
 
-    query.prepare(QStringLiteral("DELETE FROM report_units WHERE record_key = ?"));
-    query.addBindValue(record);
-    if (!exec(query, error, QStringLiteral("units")))
+    if (!queries.exec(
+            QStringLiteral(
+                "INSERT INTO report_units (record_key, mac, model, station, first_day, "
+                "last_time, bench_runs, passed, first_pass, open_runs, cut_runs, failed_runs) "
+                "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (record_key) DO UPDATE "
+                "SET mac = excluded.mac, model = excluded.model, station = excluded.station, "
+                "first_day = excluded.first_day, last_time = excluded.last_time, bench_runs = "
+                "excluded.bench_runs, passed = excluded.passed, first_pass = "
+                "excluded.first_pass, open_runs = excluded.open_runs, cut_runs = "
+                "excluded.cut_runs, failed_runs = excluded.failed_runs"),
+            { record, mac, now.model, now.station, now.day, last, benchRuns, now.n[1], now.n[2],
+                now.n[4], now.n[5], failed },
+            QStringLiteral("units"), error))
         return false;
-    query.prepare(QStringLiteral(
-        "INSERT INTO report_units (record_key, mac, model, station, first_day, last_time, "
-        "bench_runs, passed, first_pass, open_runs, cut_runs, failed_runs) VALUES (?, ?, ?, ?, ?, "
-        "?, ?, ?, ?, ?, ?, ?)"));
-    for (const QVariant &value :
-        { QVariant(record), QVariant(mac), QVariant(now.model), QVariant(now.station),
-            QVariant(now.day), QVariant(last), QVariant(benchRuns), QVariant(now.n[1]),
-            QVariant(now.n[2]), QVariant(now.n[4]), QVariant(now.n[5]), QVariant(failed) })
-        query.addBindValue(value);
-    if (!exec(query, error, QStringLiteral("units")))
-        return false;
+    if (now.key() == before.key()) {
+        UnitSums change = now;
+        for (std::size_t i = 0; i < change.n.size(); ++i)
+            change.n[i] -= before.n[i];
+        return addSums(queries, change, error);
+    }
     // In key order, as the stage times: two stations meet no row in opposite orders.
     const bool nowFirst = now.key() < before.key();
-    return addSums(db, nowFirst ? now : before, nowFirst ? 1 : -1, error)
-        && addSums(db, nowFirst ? before : now, nowFirst ? -1 : 1, error);
+    return addSums(queries, nowFirst ? now : negated(before), error)
+        && addSums(queries, nowFirst ? negated(before) : now, error);
+}
+
+// Every run of RECORD as report_runs holds it, in order.
+bool readRuns(QueryCache &queries, const QString &record, QList<RunRow> *runs, QString *error)
+{
+    QSqlQuery *query = queries.exec(QStringLiteral("SELECT mac, model, bench, station, day, "
+                                                   "state, last_time FROM report_runs WHERE "
+                                                   "record_key = ? ORDER BY run_no"),
+        { record }, QStringLiteral("runs"), error);
+    if (!query)
+        return false;
+    while (query->next())
+        runs->append({ query->value(0).toString(), query->value(1).toString(),
+            query->value(2).toInt() == 1, query->value(3).toString(), query->value(4).toString(),
+            query->value(5).toString(), query->value(6).toString() });
+    query->finish();
+    return true;
 }
 
 } // namespace
@@ -331,43 +358,49 @@ QStringList ReportFold::schema()
     };
 }
 
-bool ReportFold::fold(QSqlDatabase &db, const QString &record, qint64 firstNew, QString *error)
+bool ReportFold::fold(QueryCache &queries, const QString &record, qint64 firstNew, QString *error)
 {
-    QSqlQuery query(db);
-    query.prepare(
-        QStringLiteral("SELECT MAX(run_no) FROM report_runs WHERE record_key = ? AND run_no <= ?"));
-    query.addBindValue(record);
-    query.addBindValue(firstNew);
-    if (!exec(query, error, QStringLiteral("runs")) || !query.next())
+    // The run that holds FIRSTNEW (none: a line before every known run, the whole record again),
+    // and whether the record was folded before at all.
+    QSqlQuery *query = queries.exec(
+        QStringLiteral("SELECT MAX(CASE WHEN run_no <= ? THEN run_no END), COUNT(*) FROM "
+                       "report_runs WHERE record_key = ?"),
+        { firstNew, record }, QStringLiteral("runs"), error);
+    if (!query)
         return false;
-    // A line before every known run: the whole record again.
-    const qint64 from = query.value(0).isNull() ? 0 : query.value(0).toLongLong();
+    if (!query->next()) {
+        *error = QStringLiteral("runs: no answer");
+        query->finish();
+        return false;
+    }
+    const qint64 from = query->value(0).isNull() ? 0 : query->value(0).toLongLong();
+    const bool known = query->value(1).toLongLong() > 0;
+    query->finish();
     QMap<HistKey, qint64> hist;
-    if (!forget(db, record, from, &hist, error))
+    if (known && !forget(queries, record, from, &hist, error))
         return false;
 
-    query.prepare(QStringLiteral("SELECT line_no, line_time, mac, kind, name, result, station "
-                                 "FROM record_lines WHERE run_id = ? AND line_no >= ? ORDER BY "
-                                 "line_no"));
-    query.addBindValue(record);
-    query.addBindValue(from);
-    if (!exec(query, error, QStringLiteral("lines")))
+    query = queries.exec(QStringLiteral("SELECT line_no, line_time, mac, kind, name, result, "
+                                        "station FROM record_lines WHERE run_id = ? AND line_no "
+                                        ">= ? ORDER BY line_no"),
+        { record, from }, QStringLiteral("lines"), error);
+    if (!query)
         return false;
     QList<Run> runs;
-    while (query.next()) {
-        const qint64 number = query.value(0).toLongLong();
-        const QString time = query.value(1).toString();
-        const QString mac = query.value(2).toString();
-        const QString kind = query.value(3).toString();
-        const QString name = query.value(4).toString();
-        const QString result = query.value(5).toString();
+    while (query->next()) {
+        const qint64 number = query->value(0).toLongLong();
+        const QString time = query->value(1).toString();
+        const QString mac = query->value(2).toString();
+        const QString kind = query->value(3).toString();
+        const QString name = query->value(4).toString();
+        const QString result = query->value(5).toString();
         if (kind == QLatin1String("run") || runs.isEmpty()) {
             Run run;
             run.number = kind == QLatin1String("run") ? number : 0;
             // Lines of an older program, before any run line: a run named by its record.
             run.id = kind == QLatin1String("run") ? name : record;
-            if (!query.value(6).toString().isNull())
-                run.station = query.value(6).toString();
+            if (!query->value(6).toString().isNull())
+                run.station = query->value(6).toString();
             run.day = time.left(10);
             run.started = time;
             run.mark = secondsOf(time);
@@ -397,21 +430,35 @@ bool ReportFold::fold(QSqlDatabase &db, const QString &record, qint64 firstNew, 
                                                                 : QStringLiteral("failed");
         }
     }
-    if (!store(db, record, runs, &hist, error) || !applyHist(db, hist, error))
+    query->finish();
+    if (!store(queries, record, runs, &hist, error) || !applyHist(queries, hist, error))
         return false;
-    return storeUnit(db, record, error);
+    // Folded from the record's first line: its runs are all here, no need to read them back.
+    QList<RunRow> rows;
+    if (from == 0) {
+        for (qsizetype i = 0; i < runs.size(); ++i) {
+            const Run &r = runs.at(i);
+            rows.append({ r.mac, r.model, r.bench, r.station, r.day, r.state(i + 1 < runs.size()),
+                r.last });
+        }
+    } else if (!readRuns(queries, record, &rows, error)) {
+        return false;
+    }
+    return storeUnit(queries, record, known, rows, error);
 }
 
-bool ReportFold::foldAll(QSqlDatabase &db, QString *error)
+bool ReportFold::foldAll(QueryCache &queries, QString *error)
 {
-    QSqlQuery query(db);
-    if (!query.exec(QStringLiteral("SELECT DISTINCT run_id FROM record_lines")))
-        return fail(error, QStringLiteral("lines"), query);
+    QSqlQuery *query = queries.exec(QStringLiteral("SELECT DISTINCT run_id FROM record_lines"), {},
+        QStringLiteral("lines"), error);
+    if (!query)
+        return false;
     QStringList records;
-    while (query.next())
-        records << query.value(0).toString();
+    while (query->next())
+        records << query->value(0).toString();
+    query->finish();
     for (const QString &record : std::as_const(records)) {
-        if (!fold(db, record, 1, error))
+        if (!fold(queries, record, 1, error))
             return false;
     }
     return true;

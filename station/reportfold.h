@@ -6,7 +6,7 @@
 #include <QString>
 #include <QStringList>
 
-class QSqlDatabase;
+class QueryCache;
 
 namespace ReportFold {
 
@@ -17,10 +17,10 @@ QStringList schema();
 // Folds the lines of RECORD (a record_lines run_id) from FIRSTNEW on into the report's tables:
 // the run that holds line FIRSTNEW and every later run of the record are made again from their
 // lines, so a line that arrives out of order is counted as if it had come in order. Runs in the
-// caller's transaction; false with the reason in *error.
-bool fold(QSqlDatabase &db, const QString &record, qint64 firstNew, QString *error);
+// caller's transaction on the cache's connection; false with the reason in *error.
+bool fold(QueryCache &queries, const QString &record, qint64 firstNew, QString *error);
 
 // Folds every record of the database (after the tables were added to one that held lines).
-bool foldAll(QSqlDatabase &db, QString *error);
+bool foldAll(QueryCache &queries, QString *error);
 
 } // namespace ReportFold
