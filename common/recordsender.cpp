@@ -8,18 +8,16 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkAccessManager>
 #include <QNetworkProxy>
-#include <QNetworkReply>
-#include <QNetworkRequest>
+#include <QTcpSocket>
 #include <QThread>
 #include <QTimer>
-#include <QUrl>
 
 namespace {
 
-// While everything is confirmed the record is looked at this often for new lines.
-constexpr int WatchMs = 1000;
+// The record is looked at this often for new lines: the lines of a few seconds go in one batch
+// (a walk's stages end seconds apart), and a batch costs a connection and two syncs on the unit.
+constexpr int WatchMs = 3000;
 
 QByteArray readAll(const QString &path)
 {
@@ -41,16 +39,32 @@ bool parseStation(const QString &text, RecordSender::Station *station)
 } // namespace
 
 // Lives in the sender's thread: one batch on the way at a time, the next when it is confirmed,
-// the same again after a back-off when it is not.
+// the same again after a back-off when it is not. HTTP is spoken over a plain socket: a batch
+// costs a connection, a write and a read, and no thread or request machinery beside them.
 class RecordDelivery : public QObject {
 public:
     explicit RecordDelivery(RecordSender *sender) : sender(sender), retryMs(sender->firstRetry) { }
 
     void begin()
     {
-        network = new QNetworkAccessManager(this);
+        socket = new QTcpSocket(this);
         // The bench network is reached directly, whatever proxy the environment names.
-        network->setProxy(QNetworkProxy::NoProxy);
+        socket->setProxy(QNetworkProxy::NoProxy);
+        connect(socket, &QTcpSocket::connected, this, [this] { socket->write(request); });
+        connect(socket, &QTcpSocket::readyRead, this, [this] { received(false); });
+        connect(socket, &QTcpSocket::disconnected, this, [this] { received(true); });
+        connect(socket, &QAbstractSocket::errorOccurred, this,
+            [this](QAbstractSocket::SocketError error) {
+                // The station closing the connection is how an answer without a length ends.
+                if (error != QAbstractSocket::RemoteHostClosedError)
+                    done(socket->errorString());
+            });
+        deadline = new QTimer(this);
+        deadline->setSingleShot(true);
+        connect(deadline, &QTimer::timeout, this, [this] {
+            done(QStringLiteral("the station did not answer within %1 ms")
+                     .arg(sender->answerTimeout));
+        });
         timer = new QTimer(this);
         timer->setSingleShot(true);
         connect(timer, &QTimer::timeout, this, [this] { next(); });
@@ -75,40 +89,64 @@ private:
             return;
         }
         idle = false;
+        batchSize = size;
         const RecordSender::Station station = RecordSender::station();
-        QUrl url;
-        url.setScheme(QStringLiteral("http"));
-        url.setHost(station.host);
-        url.setPort(station.port);
-        url.setPath(QStringLiteral("/api/lines"));
-        QNetworkRequest request(url);
-        request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
-        request.setTransferTimeout(sender->answerTimeout);
-        QNetworkReply *reply = network->post(request, RecordSender::body(batch));
-        connect(reply, &QNetworkReply::finished, this, [this, reply] { answered(reply); });
+        request = RecordSender::request(station, RecordSender::body(batch));
+        answer.clear();
+        waiting = true;
+        deadline->start(sender->answerTimeout);
+        socket->abort();
+        socket->connectToHost(station.host, station.port);
     }
 
-    void answered(QNetworkReply *reply)
+    void received(bool ended)
     {
-        reply->deleteLater();
-        const QByteArray answer = reply->isOpen() ? reply->readAll() : QByteArray();
-        const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        if (!waiting)
+            return;
+        answer += socket->readAll();
+        int status = 0;
+        QByteArray body;
+        switch (RecordSender::readAnswer(answer, ended, &status, &body)) {
+        case RecordSender::Answer::Incomplete:
+            return;
+        case RecordSender::Answer::Bad:
+            done(answer.isEmpty()
+                    ? QStringLiteral("the station closed the connection without an answer")
+                    : QStringLiteral("the station's answer is not HTTP: %1")
+                          .arg(QString::fromUtf8(answer.left(80)).simplified()));
+            return;
+        case RecordSender::Answer::Complete:
+            break;
+        }
         int stored = 0;
         int duplicates = 0;
         QString reason;
-        if (reply->error() != QNetworkReply::NoError && status == 0)
-            reason = reply->errorString();
-        else if (status != 200)
+        if (status != 200)
             reason = QStringLiteral("the station answered %1: %2")
                          .arg(status)
-                         .arg(QString::fromUtf8(answer.left(200)));
-        else if (!RecordSender::confirms(answer, batch, &stored, &duplicates))
+                         .arg(QString::fromUtf8(body.left(200)));
+        else if (!RecordSender::confirms(body, batch, &stored, &duplicates))
             reason = QStringLiteral("the station's answer does not confirm lines %1 to %2")
                          .arg(batch.first)
                          .arg(batch.first + batch.lines.size() - 1);
         else if (!UnitRecord::replaceFile(
                      RecordSender::sentPath(), RecordSender::confirmation(batch), &reason))
             reason = QStringLiteral("cannot keep the confirmation: ") + reason;
+        if (reason.isEmpty()) {
+            sender->stored.fetchAndAddOrdered(stored);
+            sender->duplicates.fetchAndAddOrdered(duplicates);
+        }
+        done(reason);
+    }
+
+    // The batch on the way is confirmed (REASON empty) or has failed for REASON.
+    void done(const QString &reason)
+    {
+        if (!waiting)
+            return;
+        waiting = false;
+        deadline->stop();
+        socket->abort();
         if (!reason.isEmpty()) {
             qWarning("record delivery: %s; next try in %d ms", qPrintable(reason), retryMs);
             QMetaObject::invokeMethod(
@@ -117,22 +155,32 @@ private:
             retryMs = qMin(retryMs * 2, sender->lastRetry);
             return;
         }
-        sender->stored.fetchAndAddOrdered(stored);
-        sender->duplicates.fetchAndAddOrdered(duplicates);
         retryMs = sender->firstRetry;
         const qint64 lines = batch.first + batch.lines.size() - 1;
         QMetaObject::invokeMethod(
             sender, [s = sender, lines] { emit s->confirmed(lines); }, Qt::QueuedConnection);
-        next();
+        // A full batch has more behind it; after any other the record held nothing more.
+        if (batch.lines.size() >= RecordSender::BatchLines) {
+            next();
+            return;
+        }
+        idle = true;
+        idleSize = batchSize;
+        timer->start(WatchMs);
     }
 
     RecordSender *sender = nullptr;
-    QNetworkAccessManager *network = nullptr;
+    QTcpSocket *socket = nullptr;
+    QTimer *deadline = nullptr;
     QTimer *timer = nullptr;
     RecordSender::Batch batch;
+    QByteArray request;
+    QByteArray answer;
+    bool waiting = false;
     int retryMs = 0;
     bool idle = false;
     qint64 idleSize = -1;
+    qint64 batchSize = -1; // the record's size when the batch on the way was read
 };
 
 RecordSender::RecordSender(QObject *parent) : QObject(parent) { }
@@ -267,4 +315,92 @@ QByteArray RecordSender::confirmation(const Batch &batch)
 {
     return batch.key.toLatin1() + ' ' + QByteArray::number(batch.first + batch.lines.size() - 1)
         + '\n';
+}
+
+QByteArray RecordSender::request(const Station &station, const QByteArray &body)
+{
+    return "POST /api/lines HTTP/1.1\r\nHost: " + station.host.toUtf8() + ':'
+        + QByteArray::number(station.port)
+        + "\r\nContent-Type: application/json\r\nConnection: close\r\nContent-Length: "
+        + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+}
+
+RecordSender::Answer RecordSender::readAnswer(
+    const QByteArray &bytes, bool ended, int *status, QByteArray *body)
+{
+    const Answer notYet = ended ? Answer::Bad : Answer::Incomplete;
+    if (bytes.size() > MaxAnswerBytes)
+        return Answer::Bad;
+    const qsizetype headEnd = bytes.indexOf("\r\n\r\n");
+    if (headEnd < 0)
+        return notYet;
+    const QList<QByteArray> head = bytes.left(headEnd).split('\n');
+    const QList<QByteArray> words = head.first().trimmed().split(' ');
+    bool ok = false;
+    const int code = words.value(1).toInt(&ok);
+    if (!words.first().startsWith("HTTP/1.") || !ok || code < 200 || code > 599)
+        return Answer::Bad;
+    qint64 length = -1;
+    bool chunked = false;
+    for (qsizetype i = 1; i < head.size(); ++i) {
+        const QByteArray line = head.at(i).trimmed();
+        const qsizetype colon = line.indexOf(':');
+        if (colon <= 0)
+            return Answer::Bad;
+        const QByteArray name = line.left(colon).trimmed().toLower();
+        const QByteArray value = line.mid(colon + 1).trimmed().toLower();
+        if (name == "content-length") {
+            length = value.toLongLong(&ok);
+            if (!ok || length < 0 || length > MaxAnswerBytes)
+                return Answer::Bad;
+        } else if (name == "transfer-encoding") {
+            chunked = value == "chunked";
+            if (!chunked && value != "identity")
+                return Answer::Bad;
+        }
+    }
+    const QByteArray rest = bytes.mid(headEnd + 4);
+    *status = code;
+    if (chunked) {
+        QByteArray decoded;
+        qsizetype at = 0;
+        for (;;) {
+            const qsizetype sizeEnd = rest.indexOf("\r\n", at);
+            if (sizeEnd < 0)
+                return notYet;
+            const qint64 size
+                = rest.mid(at, sizeEnd - at).split(';').first().trimmed().toLongLong(&ok, 16);
+            if (!ok || size < 0 || size > MaxAnswerBytes)
+                return Answer::Bad;
+            at = sizeEnd + 2;
+            if (size == 0) {
+                // The last chunk, then trailers (not used) up to an empty line.
+                if (!rest.mid(at).startsWith("\r\n") && !rest.mid(at).contains("\r\n\r\n"))
+                    return notYet;
+                *body = decoded;
+                return Answer::Complete;
+            }
+            if (rest.size() < at + size + 2)
+                return notYet;
+            if (rest.mid(at + size, 2) != "\r\n")
+                return Answer::Bad;
+            decoded += rest.mid(at, size);
+            at += size + 2;
+        }
+    }
+    if (length >= 0) {
+        if (rest.size() < length)
+            return notYet;
+        *body = rest.left(length);
+        return Answer::Complete;
+    }
+    if (code == 204 || code == 304) {
+        body->clear();
+        return Answer::Complete;
+    }
+    // Neither length nor chunks: the body is everything up to the end of the connection.
+    if (!ended)
+        return Answer::Incomplete;
+    *body = rest;
+    return Answer::Complete;
 }

@@ -59,6 +59,16 @@ public:
         const QByteArray &answer, const Batch &batch, int *stored, int *duplicates);
     static QByteArray confirmation(const Batch &batch);
 
+    // The request that carries BATCH's body to the station at HOST:PORT (one connection per
+    // request: nothing is left open between batches that a station restart could break).
+    static QByteArray request(const Station &station, const QByteArray &body);
+    // The station's HTTP/1.x answer as far as it came: Complete with *status and *body,
+    // Incomplete while more must come (ENDED: the station closed the connection, so what came
+    // is all there is), or Bad.
+    enum class Answer { Incomplete, Complete, Bad };
+    static constexpr int MaxAnswerBytes = 64 * 1024;
+    static Answer readAnswer(const QByteArray &bytes, bool ended, int *status, QByteArray *body);
+
 Q_SIGNALS:
     // After a confirmed batch, with the record's lines confirmed in all; after a failed attempt,
     // with the reason. Emitted in the sender's own thread (handed over from the delivery thread),

@@ -46,17 +46,19 @@ bool writeFile(const QString &path, const QByteArray &bytes)
         && file.write(bytes) == bytes.size();
 }
 
-// A station that answers every request with one fixed reply, or never.
+// A station that answers every request with one fixed reply, or never (an empty reply; with
+// hangUp it closes the connection instead).
 class FakeStation : public QTcpServer {
 public:
-    explicit FakeStation(const QByteArray &reply) : reply(reply)
+    explicit FakeStation(const QByteArray &reply, bool hangUp = false)
+        : reply(reply), hangUp(hangUp)
     {
         connect(this, &QTcpServer::newConnection, this, [this] {
             while (QTcpSocket *socket = nextPendingConnection()) {
                 connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
                     received += socket->readAll();
                     if (received.contains("\r\n\r\n") && received.endsWith("}")
-                        && !this->reply.isEmpty()) {
+                        && (!this->reply.isEmpty() || this->hangUp)) {
                         ++requests;
                         socket->write(this->reply);
                         socket->disconnectFromHost();
@@ -67,6 +69,7 @@ public:
         });
     }
     QByteArray reply;
+    bool hangUp = false;
     QByteArray received;
     int requests = 0;
 };
@@ -93,6 +96,10 @@ private slots:
     void confirms();
     void station_data();
     void station();
+    void readAnswer_data();
+    void readAnswer();
+    void answerForms_data();
+    void answerForms();
     void unconfirmedLinesWait_data();
     void unconfirmedLinesWait();
 
@@ -264,23 +271,147 @@ void tst_RecordSender::station()
     QCOMPARE(int(station.port), port);
 }
 
+void tst_RecordSender::readAnswer_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("ended"); // the station closed the connection
+    QTest::addColumn<int>("answer"); // RecordSender::Answer
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("body");
+    const int incomplete = int(RecordSender::Answer::Incomplete);
+    const int complete = int(RecordSender::Answer::Complete);
+    const int bad = int(RecordSender::Answer::Bad);
+    const QByteArray ok = "HTTP/1.1 200 OK\r\n";
+    QTest::newRow("length") << ok + "Content-Length: 4\r\n\r\n{}{}" << false << complete << 200
+                            << QByteArray("{}{}");
+    QTest::newRow("length, more to come")
+        << ok + "Content-Length: 4\r\n\r\n{}" << false << incomplete << 0 << QByteArray();
+    QTest::newRow("length, cut off")
+        << ok + "Content-Length: 4\r\n\r\n{}" << true << bad << 0 << QByteArray();
+    QTest::newRow("head in pieces")
+        << ok + "Content-Le" << false << incomplete << 0 << QByteArray();
+    QTest::newRow("header names in any case")
+        << QByteArray("HTTP/1.0 503 Busy\r\ncontent-LENGTH:  2 \r\n\r\nno") << true << complete
+        << 503 << QByteArray("no");
+    QTest::newRow("chunked") << ok
+            + "Transfer-Encoding: chunked\r\n\r\n3\r\n{\"a\r\nA;x=y\r\n\":1}      \r\n0\r\n\r\n"
+                             << false << complete << 200 << QByteArray("{\"a\":1}      ");
+    QTest::newRow("chunked with a trailer")
+        << ok + "Transfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\nX-End: 1\r\n\r\n"
+        << false << complete << 200 << QByteArray("{}");
+    QTest::newRow("chunked, more to come") << ok + "Transfer-Encoding: chunked\r\n\r\n3\r\n{\"a"
+                                           << false << incomplete << 0 << QByteArray();
+    QTest::newRow("chunked, last chunk not ended")
+        << ok + "Transfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\n"
+        << false << incomplete << 0 << QByteArray();
+    QTest::newRow("chunk of a bad size")
+        << ok + "Transfer-Encoding: chunked\r\n\r\nzz\r\n{}\r\n0\r\n\r\n"
+        << false << bad << 0 << QByteArray();
+    QTest::newRow("chunk longer than said")
+        << ok + "Transfer-Encoding: chunked\r\n\r\n1\r\n{}\r\n0\r\n\r\n"
+        << false << bad << 0 << QByteArray();
+    QTest::newRow("unknown coding")
+        << ok + "Transfer-Encoding: gzip\r\n\r\nxx" << true << bad << 0 << QByteArray();
+    QTest::newRow("to the end, not ended")
+        << ok + "\r\n{\"run\"" << false << incomplete << 0 << QByteArray();
+    QTest::newRow("to the end") << ok + "\r\n{\"run\"" << true << complete << 200
+                                << QByteArray("{\"run\"");
+    QTest::newRow("no content") << QByteArray("HTTP/1.1 204 No Content\r\n\r\n") << false
+                                << complete << 204 << QByteArray();
+    QTest::newRow("nothing, ended") << QByteArray() << true << bad << 0 << QByteArray();
+    QTest::newRow("not HTTP") << QByteArray("SSH-2.0-x\r\n\r\n") << false << bad << 0
+                              << QByteArray();
+    QTest::newRow("no status") << QByteArray("HTTP/1.1 OK\r\n\r\n") << false << bad << 0
+                               << QByteArray();
+    QTest::newRow("interim answer")
+        << QByteArray("HTTP/1.1 100 Continue\r\n\r\n") << false << bad << 0 << QByteArray();
+    QTest::newRow("header without a colon")
+        << ok + "Content-Length 2\r\n\r\n{}" << false << bad << 0 << QByteArray();
+    QTest::newRow("negative length")
+        << ok + "Content-Length: -1\r\n\r\n{}" << false << bad << 0 << QByteArray();
+    QTest::newRow("length too large")
+        << ok + "Content-Length: 99999999\r\n\r\n{}" << false << bad << 0 << QByteArray();
+    QTest::newRow("answer too large") << ok + "\r\n" + QByteArray(RecordSender::MaxAnswerBytes, 'x')
+                                      << false << bad << 0 << QByteArray();
+}
+
+void tst_RecordSender::readAnswer()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(bool, ended);
+    QFETCH(int, answer);
+    QFETCH(int, status);
+    QFETCH(QByteArray, body);
+    int gotStatus = 0;
+    QByteArray gotBody;
+    QCOMPARE(int(RecordSender::readAnswer(bytes, ended, &gotStatus, &gotBody)), answer);
+    if (answer == int(RecordSender::Answer::Complete)) {
+        QCOMPARE(gotStatus, status);
+        QCOMPARE(gotBody, body);
+    }
+}
+
+void tst_RecordSender::answerForms_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    const QByteArray confirmation
+        = "{\"run\":\"" + key() + "\",\"last\":3,\"stored\":3,\"duplicates\":0}";
+    QTest::newRow("with a length") << http("200 OK", confirmation);
+    QTest::newRow("in chunks") << "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\n"
+            + confirmation.left(5) + "\r\n" + QByteArray::number(confirmation.size() - 5, 16)
+            + "\r\n" + confirmation.mid(5) + "\r\n0\r\n\r\n";
+    QTest::newRow("to the end of the connection") << "HTTP/1.0 200 OK\r\n\r\n" + confirmation;
+}
+
+// However the station frames its answer, a confirmation confirms, and the request is one the
+// station can read.
+void tst_RecordSender::answerForms()
+{
+    QFETCH(QByteArray, reply);
+    FakeStation fake(reply);
+    QVERIFY(fake.listen(QHostAddress::LocalHost));
+    qputenv("BENCHTEST_STATION", "127.0.0.1 " + QByteArray::number(fake.serverPort()));
+    QVERIFY(writeFile(UnitRecord::path(), record(3)));
+    RecordSender sender;
+    sender.setTiming(50, 200, 2000);
+    QSignalSpy confirmed(&sender, &RecordSender::confirmed);
+    QVERIFY(confirmed.isValid());
+    sender.start();
+    QTRY_COMPARE_WITH_TIMEOUT(confirmed.size(), 1, 10000);
+    QCOMPARE(confirmed.first().first().toLongLong(), qint64(3));
+    QCOMPARE(sender.storedLines(), 3);
+    QTRY_VERIFY(QFile::exists(RecordSender::sentPath()));
+    QFile sent(RecordSender::sentPath());
+    QVERIFY(sent.open(QIODevice::ReadOnly));
+    QCOMPARE(sent.readAll(), key() + " 3\n");
+    QCOMPARE(fake.requests, 1);
+}
+
 void tst_RecordSender::unconfirmedLinesWait_data()
 {
-    QTest::addColumn<QByteArray>("reply"); // empty: never answers
+    QTest::addColumn<QByteArray>("reply"); // empty: never answers, or closes (hangUp)
+    QTest::addColumn<bool>("hangUp");
     QTest::addColumn<QString>("reason");
-    QTest::newRow("refusing") << http("503 Service Unavailable", "{\"error\":\"full\"}")
+    QTest::newRow("refusing") << http("503 Service Unavailable", "{\"error\":\"full\"}") << false
                               << QStringLiteral("the station answered 503: {\"error\":\"full\"}");
-    QTest::newRow("garbage") << http("200 OK", "<html>fine</html>")
+    QTest::newRow("garbage") << http("200 OK", "<html>fine</html>") << false
                              << QStringLiteral(
                                     "the station's answer does not confirm lines 1 to 3");
-    QTest::newRow("slow") << QByteArray() << QStringLiteral("Operation canceled");
+    QTest::newRow("not HTTP") << QByteArray("220 mail here\r\n\r\n") << false
+                              << QStringLiteral("the station's answer is not HTTP: 220 mail here");
+    QTest::newRow("hanging up") << QByteArray() << true
+                                << QStringLiteral(
+                                       "the station closed the connection without an answer");
+    QTest::newRow("slow") << QByteArray() << false
+                          << QStringLiteral("the station did not answer within 500 ms");
 }
 
 void tst_RecordSender::unconfirmedLinesWait()
 {
     QFETCH(QByteArray, reply);
+    QFETCH(bool, hangUp);
     QFETCH(QString, reason);
-    FakeStation fake(reply);
+    FakeStation fake(reply, hangUp);
     QVERIFY(fake.listen(QHostAddress::LocalHost));
     qputenv("BENCHTEST_STATION", "127.0.0.1 " + QByteArray::number(fake.serverPort()));
     QVERIFY(writeFile(UnitRecord::path(), record(3)));
@@ -294,7 +425,7 @@ void tst_RecordSender::unconfirmedLinesWait()
     QCOMPARE(failed.first().first().toString(), reason);
     QCOMPARE(confirmed.size(), 0);
     QVERIFY(!QFile::exists(RecordSender::sentPath()));
-    if (!reply.isEmpty())
+    if (!reply.isEmpty() || hangUp)
         QVERIFY(fake.requests >= 3);
 }
 
