@@ -236,6 +236,24 @@ class Board:
         self.qmp("input-send-event", events=position + [
             {"type": "btn", "data": {"down": False, "button": "left"}}])
 
+    def drag(self, points, step=0.02):
+        """A finger put down on the first of the screen pixels (x, y), moved through the others
+        and lifted on the last."""
+        width, height = self.pixels
+
+        def position(x, y):
+            return [{"type": "abs", "data": {"axis": "x", "value": self._abs(x, width)}},
+                    {"type": "abs", "data": {"axis": "y", "value": self._abs(y, height)}}]
+
+        self.qmp("input-send-event", events=position(*points[0]) + [
+            {"type": "btn", "data": {"down": True, "button": "left"}}])
+        for x, y in points[1:]:
+            time.sleep(step)
+            self.qmp("input-send-event", events=position(x, y))
+        time.sleep(step)
+        self.qmp("input-send-event", events=position(*points[-1]) + [
+            {"type": "btn", "data": {"down": False, "button": "left"}}])
+
     def key(self, qcode="a", hold=0.05):
         """Presses and releases a key of the board's keyboard (the menu key is "a", code 30)."""
         for down in (True, False):
@@ -283,6 +301,15 @@ class Board:
             raise BoardError("the board's shell did not finish %r" % command)
         return text.split(begin + "\n", 1)[-1].split(end, 1)[0]
 
+    def run(self, command, timeout=30):
+        """Runs a command line in the board's console shell, its input from /dev/null: its exit
+        status and what it printed."""
+        text = self.shell("(%s) </dev/null 2>&1; echo \"@@status $?\"" % command, timeout)
+        status = re.findall(r"^@@status (\d+)$", text, re.M)
+        if not status:
+            raise BoardError("the board's shell gave no status for %r" % command)
+        return int(status[-1]), re.sub(r"^@@status \d+\n?", "", text, flags=re.M)
+
     def start_program(self):
         """Starts the program from the console shell of a board booted without it, as the
         board's init would (the unit's start script, its output on the console)."""
@@ -296,8 +323,15 @@ class Board:
         self.qmp("device_add", driver="usb-storage", bus="xhci.0", drive="stick", id="stick0",
                  removable=True)
 
-    def stick_pull(self):
+    def stick_pull(self, timeout=10):
         self.qmp("device_del", id="stick0")
+        # The port lets the device go after the guest has: it can be plugged again only then.
+        deadline = time.monotonic() + timeout
+        while any(p.get("name") == "stick0"
+                  for p in self.qmp("qom-list", path="/machine/peripheral")):
+            if time.monotonic() > deadline:
+                raise BoardError("the stick was not let go within %d s" % timeout)
+            time.sleep(0.1)
 
     # ---- what the board shows ----------------------------------------------------------
 
