@@ -65,6 +65,8 @@ class Board:
         self.nic = nic
         self.loop_plugs = None
         self.process = None
+        # screen.log: bytes read so far, the screen begun after them, the last whole screen
+        self.screen_read = (0, b"", "")
         self.qmp_socket = None
         self.qmp_file = None
         self.started = None
@@ -180,6 +182,7 @@ class Board:
                 os.unlink(self.path(name))
             except FileNotFoundError:
                 pass
+        self.screen_read = (0, b"", "")
         command = self.command()
         self.started = time.monotonic()
         self.process = subprocess.Popen(
@@ -359,12 +362,29 @@ class Board:
         self.shell("(cd /brimdale/benchtest && exec ./start-on-unit ./benchtest "
                    "</dev/null >/dev/console 2>&1) &")
 
-    def stick_plug(self):
+    def stick_plug(self, timeout=10):
         """Plugs the USB stick into the board's host port."""
         if not self.stick:
             raise BoardError("the board was started without a stick")
-        self.qmp("device_add", driver="usb-storage", bus="xhci.0", drive="stick", id="stick0",
-                 removable=True)
+        # A pulled stick's disk lets its image go a moment after the stick is gone from the
+        # port, and takes the drive of the command line with it: until then the image is held;
+        # after that it is opened again, as a node that stays when the stick is pulled next.
+        deadline = time.monotonic() + timeout
+        while True:
+            if not (any(b.get("device") == "stick" for b in self.qmp("query-block"))
+                    or any(n.get("node-name") == "stick"
+                           for n in self.qmp("query-named-block-nodes"))):
+                self.qmp("blockdev-add", driver="raw", **{"node-name": "stick"},
+                         file={"driver": "file", "filename": self.stick})
+            try:
+                self.qmp("device_add", driver="usb-storage", bus="xhci.0", drive="stick",
+                         id="stick0", removable=True)
+                return
+            except BoardError as e:
+                held = "in use" in str(e) or "Permission conflict" in str(e)
+                if not held or time.monotonic() > deadline:
+                    raise
+            time.sleep(0.2)
 
     def stick_pull(self, timeout=10):
         self.qmp("device_del", id="stick0")
@@ -399,14 +419,26 @@ class Board:
 
     def screen_text(self):
         """The program's last complete screen text (KIND CLASS OBJECTNAME X Y W H TEXT lines)."""
+        # Read on from where the last call stopped: an operator asks many times a second, and
+        # the file holds every screen of a walk.
         try:
             with open(self.path("screen.log"), "rb") as f:
-                # The port is a terminal on the board: its line ends come out as CR LF.
-                data = f.read().decode("utf-8", "replace").replace("\r\n", "\n")
+                offset, unfinished, last = self.screen_read
+                if os.fstat(f.fileno()).st_size < offset:
+                    offset, unfinished, last = 0, b"", ""  # a new boot's file
+                f.seek(offset)
+                new = f.read()
         except FileNotFoundError:
             return ""
-        blocks = data.split(SCREEN_END + "\n")
-        return blocks[-2] if len(blocks) >= 2 else ""
+        data = unfinished + new
+        # The port is a terminal on the board: its line ends come out as CR LF.
+        ends = list(re.finditer(SCREEN_END.encode() + rb"\r?\n", data))
+        if ends:
+            begin = ends[-2].end() if len(ends) >= 2 else 0
+            last = data[begin:ends[-1].start()].decode("utf-8", "replace").replace("\r\n", "\n")
+            data = data[ends[-1].end():]
+        self.screen_read = (offset + len(new), data, last)
+        return last
 
     def items(self):
         out = []
