@@ -28,7 +28,7 @@ sys.path.insert(0, os.path.join(SOURCE, "sim", "board"))
 from board import Bench, BoardError, inside_unit  # noqa: E402
 
 BOOT_TIMEOUT = 300
-# A stage's 59 blocks go round both emulated UARTs and our cable: a few seconds each.
+# A stage's 59 blocks go round both boards and our cable: a few seconds each.
 STAGE_TIMEOUT = 120
 HEADING = "Error device lists\n=============================\n"
 # The calibration's five crosses (centres; 800x480) in the order it asks for them, with the
