@@ -41,7 +41,7 @@ FIRST_STAGES = ("touch panel", "brightness", "date and time", "backlight", "key 
                 "dip switches")
 # A stage whose cable is plugged is repeated with Again this often when it fails all the same:
 # on a busy host an emulated board can miss the program's 100 ms answer time now and then.
-SPURIOUS_AGAINS = 4
+SPURIOUS_AGAINS = 6
 
 
 class CheckFailed(Exception):
