@@ -481,11 +481,11 @@ class Board:
 # The emulated UARTs send a block byte by byte whenever their emulator gets the host's CPU, so
 # a gap longer than the program's 1 ms quiet time can open in the middle of an answer, where a
 # real line has none. A cable of ours hands a block on whole once the line has been quiet this
-# long (a steady stream after MAX_GATHER_S). A virtio console hands over each write whole, so
-# its cable waits only CONSOLE_QUIET_S: the two hops of an answer must stay well inside the
-# program's 100 ms answer time.
+# long (a steady stream after MAX_GATHER_S). A virtio console hands over a write whole unless
+# its board stalls in the middle of it, so its cable waits only CONSOLE_QUIET_S: the two hops
+# of an answer must stay well inside the program's 100 ms answer time.
 QUIET_S = 0.012
-CONSOLE_QUIET_S = 0.002
+CONSOLE_QUIET_S = 0.006
 MAX_GATHER_S = 0.05
 CABLE_STATES = ("plug", "unplug", "loop")
 
