@@ -12,11 +12,13 @@ NIC is wired to a socket on the unit's loopback. The emulator's user-mode networ
 import json
 import os
 import re
+import select
 import shutil
 import socket
 import struct
 import subprocess
 import tempfile
+import threading
 import time
 import zlib
 
@@ -37,7 +39,7 @@ def inside_unit():
 class Board:
     def __init__(self, image_dir, run_dir, pixels=(800, 480), dip=1, start=True, memory=1024,
                  cpus=1, extra_env=(), serial_stdio=False, com=("none", "none", "none"),
-                 usb_cable=True, stick=None):
+                 usb_cable=True, stick=None, nic=None):
         self.image_dir = image_dir
         self.run_dir = run_dir
         self.pixels = pixels
@@ -47,16 +49,24 @@ class Board:
         self.cpus = cpus
         self.extra_env = list(extra_env)
         self.serial_stdio = serial_stdio
-        # COM1..COM3: "none" (unplugged) or "loop" (a loopback plug).
+        # COM1..COM3: "none" (unplugged), "loop" (a loopback plug), "cable" (a socket the
+        # emulator listens on, for a cable of ours to another board) or "console" (the same
+        # cable on a virtio console port instead of the UART; see serial_ports).
         for plug in com:
-            if plug not in ("none", "loop"):
-                raise BoardError("a serial port is none or loop, not %r" % plug)
+            if plug not in ("none", "loop", "cable", "console"):
+                raise BoardError("a serial port is none, loop, cable or console, not %r" % plug)
         self.com = list(com)
         # The cable from the board's USB host port to its device port (the gadget's disk).
         self.usb_cable = usb_cable
         # The USB stick's disk image (a FAT file system), plugged and pulled while running.
         self.stick = stick
+        # eth0: (local port, peer port, MAC), datagrams to the other board's NIC on the unit's
+        # loopback; None: no NIC.
+        self.nic = nic
+        self.loop_plugs = None
         self.process = None
+        # screen.log: bytes read so far, the screen begun after them, the last whole screen
+        self.screen_read = (0, b"", "")
         self.qmp_socket = None
         self.qmp_file = None
         self.started = None
@@ -111,6 +121,7 @@ class Board:
             "-device", "virtconsole,chardev=observe",
             "-rtc", "base=utc",
             "-nic", "none",
+            *self.network(),
             *self.serial_ports(),
             # The board's USB host port: an xHCI controller, the stick's drive ready beside it.
             "-device", "qemu-xhci,id=xhci",
@@ -120,21 +131,47 @@ class Board:
 
     def serial_ports(self):
         """COM1..COM3: one PCI card of four 16550 UARTs (the kernel's 8250 driver; the board
-        names its first three /dev/ttyO0..2). An unplugged port's line goes nowhere."""
+        names its first three /dev/ttyO0..2). An unplugged port's line goes nowhere.
+
+        A "console" port is a virtio console instead (/dev/hvcN, a tty the board's init names
+        /dev/ttyO0..2 in the UART's place): it hands each write over whole. The emulated UART
+        does not: it sends byte by byte as its emulator's threads get the host's CPU and takes
+        16 bytes at a time, each refill waiting for the emulator's main loop, so on a busy host
+        an answer now and then reaches the program with a gap longer than its 1 ms quiet time
+        and counts as errors, which two boards' walks through every port cannot afford."""
         out = []
         card = ["pci-serial-4x"]
         for n, plug in enumerate(self.com + ["none"], 1):
             name = "com%d" % n
-            if plug == "loop":
-                # Datagrams to itself on the unit's loopback: the emulator turns the line round
-                # without a process of ours in between.
-                port = 40000 + n
-                out += ["-chardev", "udp,id=%s,host=127.0.0.1,port=%d,localaddr=127.0.0.1,"
-                        "localport=%d" % (name, port, port)]
-            else:
+            if plug == "none":
                 out += ["-chardev", "null,id=%s" % name]
+            else:
+                out += ["-chardev", "socket,id=%s,path=%s,server=on,wait=off"
+                        % (name, self.socket_path(name + ".sock"))]
+            if plug == "console":
+                # The card's port is left without a line.
+                out += ["-device", "virtconsole,chardev=%s,name=benchtest.%s" % (name, name)]
+                continue
             card.append("chardev%d=%s" % (n, name))
         return out + ["-device", ",".join(card)]
+
+    def network(self):
+        """eth0 as a virtio NIC whose frames are datagrams between two ports of the unit's
+        loopback, the other board's NIC at the far end."""
+        if not self.nic:
+            return []
+        local, peer, mac = self.nic
+        return ["-netdev", "socket,id=eth,udp=127.0.0.1:%d,localaddr=127.0.0.1:%d"
+                % (peer, local), "-device", "virtio-net-device,netdev=eth,id=nic,mac=%s" % mac]
+
+    def com_socket(self, n):
+        """The socket of COMn's line (a port started as loop, cable or console)."""
+        return self.socket_path("com%d.sock" % n)
+
+    def ethernet(self, plugged):
+        """Plugs or pulls the board's Ethernet cable: the NIC's link goes up or down, and a
+        NIC whose link is down neither sends nor receives a frame."""
+        self.qmp("set_link", name="nic", up=plugged)
 
     # ---- start and stop ----------------------------------------------------------------
 
@@ -145,6 +182,7 @@ class Board:
                 os.unlink(self.path(name))
             except FileNotFoundError:
                 pass
+        self.screen_read = (0, b"", "")
         command = self.command()
         self.started = time.monotonic()
         self.process = subprocess.Popen(
@@ -169,8 +207,16 @@ class Board:
         self.qmp_file = s.makefile("rwb")
         self._read_reply()  # the greeting
         self.qmp("qmp_capabilities")
+        looped = [n for n, plug in enumerate(self.com, 1) if plug == "loop"]
+        if looped:
+            self.loop_plugs = SerialCables()
+            for n in looped:
+                self.loop_plugs.add("com%d" % n, [self.com_socket(n)], "loop")
 
     def stop(self):
+        if self.loop_plugs:
+            self.loop_plugs.stop()
+            self.loop_plugs = None
         if self.qmp_socket:
             try:
                 self.qmp("quit")
@@ -236,6 +282,24 @@ class Board:
         self.qmp("input-send-event", events=position + [
             {"type": "btn", "data": {"down": False, "button": "left"}}])
 
+    def drag(self, points, step=0.02):
+        """A finger put down on the first of the screen pixels (x, y), moved through the others
+        and lifted on the last."""
+        width, height = self.pixels
+
+        def position(x, y):
+            return [{"type": "abs", "data": {"axis": "x", "value": self._abs(x, width)}},
+                    {"type": "abs", "data": {"axis": "y", "value": self._abs(y, height)}}]
+
+        self.qmp("input-send-event", events=position(*points[0]) + [
+            {"type": "btn", "data": {"down": True, "button": "left"}}])
+        for x, y in points[1:]:
+            time.sleep(step)
+            self.qmp("input-send-event", events=position(x, y))
+        time.sleep(step)
+        self.qmp("input-send-event", events=position(*points[-1]) + [
+            {"type": "btn", "data": {"down": False, "button": "left"}}])
+
     def key(self, qcode="a", hold=0.05):
         """Presses and releases a key of the board's keyboard (the menu key is "a", code 30)."""
         for down in (True, False):
@@ -283,21 +347,54 @@ class Board:
             raise BoardError("the board's shell did not finish %r" % command)
         return text.split(begin + "\n", 1)[-1].split(end, 1)[0]
 
+    def run(self, command, timeout=30):
+        """Runs a command line in the board's console shell, its input from /dev/null: its exit
+        status and what it printed."""
+        text = self.shell("(%s) </dev/null 2>&1; echo \"@@status $?\"" % command, timeout)
+        status = re.findall(r"^@@status (\d+)$", text, re.M)
+        if not status:
+            raise BoardError("the board's shell gave no status for %r" % command)
+        return int(status[-1]), re.sub(r"^@@status \d+\n?", "", text, flags=re.M)
+
     def start_program(self):
         """Starts the program from the console shell of a board booted without it, as the
         board's init would (the unit's start script, its output on the console)."""
         self.shell("(cd /brimdale/benchtest && exec ./start-on-unit ./benchtest "
                    "</dev/null >/dev/console 2>&1) &")
 
-    def stick_plug(self):
+    def stick_plug(self, timeout=10):
         """Plugs the USB stick into the board's host port."""
         if not self.stick:
             raise BoardError("the board was started without a stick")
-        self.qmp("device_add", driver="usb-storage", bus="xhci.0", drive="stick", id="stick0",
-                 removable=True)
+        # A pulled stick's disk lets its image go a moment after the stick is gone from the
+        # port, and takes the drive of the command line with it: until then the image is held;
+        # after that it is opened again, as a node that stays when the stick is pulled next.
+        deadline = time.monotonic() + timeout
+        while True:
+            if not (any(b.get("device") == "stick" for b in self.qmp("query-block"))
+                    or any(n.get("node-name") == "stick"
+                           for n in self.qmp("query-named-block-nodes"))):
+                self.qmp("blockdev-add", driver="raw", **{"node-name": "stick"},
+                         file={"driver": "file", "filename": self.stick})
+            try:
+                self.qmp("device_add", driver="usb-storage", bus="xhci.0", drive="stick",
+                         id="stick0", removable=True)
+                return
+            except BoardError as e:
+                held = "in use" in str(e) or "Permission conflict" in str(e)
+                if not held or time.monotonic() > deadline:
+                    raise
+            time.sleep(0.2)
 
-    def stick_pull(self):
+    def stick_pull(self, timeout=10):
         self.qmp("device_del", id="stick0")
+        # The port lets the device go after the guest has: it can be plugged again only then.
+        deadline = time.monotonic() + timeout
+        while any(p.get("name") == "stick0"
+                  for p in self.qmp("qom-list", path="/machine/peripheral")):
+            if time.monotonic() > deadline:
+                raise BoardError("the stick was not let go within %d s" % timeout)
+            time.sleep(0.1)
 
     # ---- what the board shows ----------------------------------------------------------
 
@@ -322,14 +419,26 @@ class Board:
 
     def screen_text(self):
         """The program's last complete screen text (KIND CLASS OBJECTNAME X Y W H TEXT lines)."""
+        # Read on from where the last call stopped: an operator asks many times a second, and
+        # the file holds every screen of a walk.
         try:
             with open(self.path("screen.log"), "rb") as f:
-                # The port is a terminal on the board: its line ends come out as CR LF.
-                data = f.read().decode("utf-8", "replace").replace("\r\n", "\n")
+                offset, unfinished, last = self.screen_read
+                if os.fstat(f.fileno()).st_size < offset:
+                    offset, unfinished, last = 0, b"", ""  # a new boot's file
+                f.seek(offset)
+                new = f.read()
         except FileNotFoundError:
             return ""
-        blocks = data.split(SCREEN_END + "\n")
-        return blocks[-2] if len(blocks) >= 2 else ""
+        data = unfinished + new
+        # The port is a terminal on the board: its line ends come out as CR LF.
+        ends = list(re.finditer(SCREEN_END.encode() + rb"\r?\n", data))
+        if ends:
+            begin = ends[-2].end() if len(ends) >= 2 else 0
+            last = data[begin:ends[-1].start()].decode("utf-8", "replace").replace("\r\n", "\n")
+            data = data[ends[-1].end():]
+        self.screen_read = (offset + len(new), data, last)
+        return last
 
     def items(self):
         out = []
@@ -367,6 +476,213 @@ class Board:
     def wait_console(self, pattern, timeout=120):
         return self.wait_for("console line matching %r" % pattern,
                              lambda: re.search(pattern, self.console(), re.M), timeout)
+
+
+# The emulated UARTs send a block byte by byte whenever their emulator gets the host's CPU, so
+# a gap longer than the program's 1 ms quiet time can open in the middle of an answer, where a
+# real line has none. A cable of ours hands a block on whole once the line has been quiet this
+# long (a steady stream after MAX_GATHER_S). A virtio console hands over a write whole unless
+# its board stalls in the middle of it, so its cable waits only CONSOLE_QUIET_S: the two hops
+# of an answer must stay well inside the program's 100 ms answer time.
+QUIET_S = 0.012
+CONSOLE_QUIET_S = 0.006
+MAX_GATHER_S = 0.05
+CABLE_STATES = ("plug", "unplug", "loop")
+
+
+def connect_unix(path, timeout):
+    deadline = time.monotonic() + timeout
+    while True:
+        s = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        try:
+            s.connect(path)
+            return s
+        except OSError:
+            s.close()
+            if time.monotonic() > deadline:
+                raise BoardError("no serial line at %s" % path)
+            time.sleep(0.05)
+
+
+class SerialCables:
+    """Serial cables between the emulators' ports, worked by a thread of ours. A cable joins
+    the sockets of two boards' ports, or with one end only it is a loopback plug. Its state:
+    "plug" (end to end), "unplug" (every byte dropped: a silent line, no hang-up) or "loop" (a
+    loopback plug on its first end, the other end silent). What comes from an end is gathered
+    until the line has been quiet for QUIET_S and passed on with one write. With a log file,
+    each block passed on or dropped is a line there (seconds, cable, end, bytes, where to)."""
+
+    def __init__(self, log=None, quiet=QUIET_S):
+        self.log = open(log, "a", encoding="utf-8") if log else None
+        self.quiet = quiet
+        self.started = time.monotonic()
+        self.states = {}
+        self.ends = {}  # socket -> (cable, index of the end)
+        self.pending = {}  # socket -> [bytes, first arrival, last arrival]
+        self.lock = threading.Lock()
+        self.wake_read, self.wake_write = os.pipe()
+        self.running = True
+        self.thread = threading.Thread(target=self._run, name="serial-cables", daemon=True)
+        self.thread.start()
+
+    def add(self, name, paths, state="plug", timeout=30):
+        ends = [connect_unix(path, timeout) for path in paths]
+        for end in ends:
+            end.setblocking(False)
+        with self.lock:
+            self.states[name] = state
+            for index, end in enumerate(ends):
+                self.ends[end] = (name, index)
+        self.set_state(name, state)
+
+    def set_state(self, name, state):
+        if state not in CABLE_STATES:
+            raise BoardError("a cable is %s, not %r" % (", ".join(CABLE_STATES), state))
+        with self.lock:
+            if name not in self.states:
+                raise BoardError("no cable %s" % name)
+            self.states[name] = state
+        os.write(self.wake_write, b"x")
+
+    def stop(self):
+        self.running = False
+        os.write(self.wake_write, b"x")
+        self.thread.join(5)
+        for end in list(self.ends):
+            end.close()
+        os.close(self.wake_read)
+        os.close(self.wake_write)
+        if self.log:
+            self.log.close()
+
+    def _target(self, end):
+        name, index = self.ends[end]
+        state = self.states[name]
+        if state == "loop":
+            return end if index == 0 else None
+        if state == "plug":
+            return next((other for other, (n, i) in self.ends.items()
+                         if n == name and i != index), None)
+        return None
+
+    def _run(self):
+        while self.running:
+            now = time.monotonic()
+            due = [min(last + self.quiet, first + MAX_GATHER_S)
+                   for _, first, last in self.pending.values()]
+            wait = max(0.0, min(due) - now) if due else None
+            with self.lock:
+                ends = list(self.ends)
+            readable = select.select(ends + [self.wake_read], [], [], wait)[0]
+            if self.wake_read in readable:
+                os.read(self.wake_read, 64)
+            now = time.monotonic()
+            for end in readable:
+                if end == self.wake_read:
+                    continue
+                try:
+                    data = end.recv(4096)
+                except BlockingIOError:
+                    continue
+                except OSError:
+                    data = b""
+                if not data:
+                    # The emulator has ended: its end of the cable is dead.
+                    with self.lock:
+                        del self.ends[end]
+                    self.pending.pop(end, None)
+                    end.close()
+                    continue
+                gathered = self.pending.setdefault(end, [b"", now, now])
+                gathered[0] += data
+                gathered[2] = now
+            for end, (data, first, last) in list(self.pending.items()):
+                if now - last < self.quiet and now - first < MAX_GATHER_S and len(data) < 4096:
+                    continue
+                del self.pending[end]
+                with self.lock:
+                    name, index = self.ends.get(end, ("?", 0))
+                    target = self._target(end) if end in self.ends else None
+                sent = 0
+                if target is not None:
+                    try:
+                        # What the far end has no room for is lost, as on a real line.
+                        sent = target.send(data)
+                    except OSError:
+                        pass
+                if self.log:
+                    self.log.write("%.3f %s %d %d %s\n" % (
+                        now - self.started, name, index, len(data),
+                        "dropped" if target is None else "back" if target is end
+                        else "across" if sent == len(data) else "%d lost" % (len(data) - sent)))
+                    self.log.flush()
+
+
+# The bench's wiring on the unit's loopback: the two NICs' datagram ports, and each board's MAC.
+DUT_ETHERNET = (41101, "52:54:00:be:00:01")
+TESTER_ETHERNET = (41102, "52:54:00:be:00:02")
+SLAVE_TESTER_DIP = 273
+
+
+class Bench:
+    """Two boards in this unit wired as the factory bench: the unit under test (dut) and the
+    slave tester, COM1..COM3 joined by three of our cables, eth0 to eth0 by datagrams between
+    two ports of the unit's loopback. Nothing configures the NICs: each program sets its own
+    bench address, as on a unit. Cables are pulled and plugged while the boards run: cable()
+    for a serial line, ethernet() for the NICs' links."""
+
+    def __init__(self, image_dir, run_dir, dut_dip=0, tester_dip=SLAVE_TESTER_DIP,
+                 dut_start=True, pixels=(800, 480), cables=("plug", "plug", "plug"),
+                 ethernet=True, dut_env=(), lines="console"):
+        # lines: "console" (virtio console ports, see Board.serial_ports) or "cable" (the
+        # emulated UARTs, to look at them).
+        self.dut = Board(image_dir, os.path.join(run_dir, "dut"), pixels=pixels, dip=dut_dip,
+                         start=dut_start, extra_env=dut_env, com=(lines,) * 3,
+                         nic=(DUT_ETHERNET[0], TESTER_ETHERNET[0], DUT_ETHERNET[1]))
+        self.tester = Board(image_dir, os.path.join(run_dir, "tester"), pixels=pixels,
+                            dip=tester_dip, com=(lines,) * 3,
+                            # Its echo threads then never wait for its painting.
+                            cpus=2,
+                            nic=(TESTER_ETHERNET[0], DUT_ETHERNET[0], TESTER_ETHERNET[1]))
+        self.run_dir = run_dir
+        self.lines = lines
+        self.initial_cables = list(cables)
+        self.initial_ethernet = ethernet
+        self.cables = None
+
+    def start(self):
+        self.tester.start()
+        self.dut.start()
+        self.cables = SerialCables(log=os.path.join(self.run_dir, "cables.log"),
+                                   quiet=CONSOLE_QUIET_S if self.lines == "console" else QUIET_S)
+        for n, state in enumerate(self.initial_cables, 1):
+            self.cables.add("com%d" % n, [self.dut.com_socket(n), self.tester.com_socket(n)],
+                            state)
+        if not self.initial_ethernet:
+            self.ethernet(False)
+
+    def stop(self):
+        if self.cables:
+            self.cables.stop()
+            self.cables = None
+        for board in (self.dut, self.tester):
+            board.stop()
+
+    def __enter__(self):
+        self.start()
+        return self
+
+    def __exit__(self, *exc):
+        self.stop()
+
+    def cable(self, port, state):
+        """A serial cable (com1..com3): plug, unplug, or loop (a loopback plug on the unit
+        under test's end)."""
+        self.cables.set_state(port, state)
+
+    def ethernet(self, plugged):
+        for board in (self.dut, self.tester):
+            board.ethernet(plugged)
 
 
 def make_stick(path, files=(), megabytes=16):

@@ -14,9 +14,8 @@ Usage: board_test.py IMAGE-DIR CHECK
   rtc    the clock screen's Next sets the board's real-time clock (the PL031): the board's own
          hwclock reads back the date and time entered (the screen's 2018/10/01 10:10)
   com    COM1 RS232 from the menu through the kernel's 8250 driver (a PCI serial card), with a
-         loopback plug: blocks go round with no error. Not registered yet: on the emulated
-         board a block now and then comes back split by a gap longer than the port's 1 ms
-         quiet time (6 bytes short in the first ten blocks), and is counted as errors
+         loopback plug: blocks go round with no error. The plug (board.py, SerialCables)
+         gathers what the emulated UART sends byte by byte and hands it back whole
   com-pulled
          the same with nothing on COM1: every block is counted as an error
   usb-device
