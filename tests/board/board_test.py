@@ -256,7 +256,8 @@ def main(argv):
     checks = {"boot": check_boot, "touch": check_touch, "key": check_key, "rtc": check_rtc,
               "com": check_com, "usb-device": check_usb_device,
               "usb-host": check_usb_host,
-              "usb-device-pulled": lambda b, o: check_usb_device(b, o, cable=False), "com-pulled": lambda b, o: check_com(b, o, plugged=False)}
+              "usb-device-pulled": lambda b, o: check_usb_device(b, o, cable=False),
+              "com-pulled": lambda b, o: check_com(b, o, plugged=False)}
     if len(argv) != 2 or argv[1] not in checks:
         print(__doc__, file=sys.stderr)
         return 2
