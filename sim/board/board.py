@@ -282,9 +282,9 @@ class Board:
         self.qmp("input-send-event", events=position + [
             {"type": "btn", "data": {"down": False, "button": "left"}}])
 
-    def drag(self, points, step=0.02):
+    def drag(self, points, step=0.02, hold=None):
         """A finger put down on the first of the screen pixels (x, y), moved through the others
-        and lifted on the last."""
+        STEP seconds apart and lifted on the last HOLD seconds after it (default STEP)."""
         width, height = self.pixels
 
         def position(x, y):
@@ -296,7 +296,7 @@ class Board:
         for x, y in points[1:]:
             time.sleep(step)
             self.qmp("input-send-event", events=position(x, y))
-        time.sleep(step)
+        time.sleep(step if hold is None else hold)
         self.qmp("input-send-event", events=position(*points[-1]) + [
             {"type": "btn", "data": {"down": False, "button": "left"}}])
 
@@ -472,6 +472,19 @@ class Board:
                     return item
             return None
         return self.wait_for("%s %r on the screen" % (kind, text), find, timeout)
+
+    def wait_page(self, page, timeout=60):
+        """Waits until the program shows the page (the object name of its widget)."""
+        self.wait_for("the %s page" % page, lambda: any(
+            i[0] == "page" and i[1] == page for i in self.items()), timeout)
+
+    def touch_item(self, what, match, timeout=30, hold=0.2):
+        """Waits for the first item of the screen text that MATCH accepts and touches its
+        middle."""
+        item = self.wait_for(what, lambda: next((i for i in self.items() if match(i)), None),
+                             timeout)
+        _, _, _, x, y, w, h, _ = item
+        self.touch(x + w // 2, y + h // 2, hold=hold)
 
     def wait_console(self, pattern, timeout=120):
         return self.wait_for("console line matching %r" % pattern,

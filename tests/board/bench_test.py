@@ -52,20 +52,8 @@ def find(board, kind, text):
     return next((i for i in board.items() if i[0] == kind and i[7] == text), None)
 
 
-def touch_item(board, what, match, timeout=30):
-    item = board.wait_for(what, lambda: next((i for i in board.items() if match(i)), None),
-                          timeout)
-    _, _, _, x, y, w, h, _ = item
-    board.touch(x + w // 2, y + h // 2, hold=0.2)
-
-
 def touch_button(board, text, timeout=30):
-    touch_item(board, "button %r" % text, lambda i: i[0] == "button" and i[7] == text, timeout)
-
-
-def wait_page(board, page, timeout=60):
-    board.wait_for("the %s page" % page, lambda: any(
-        i[0] == "page" and i[1] == page for i in board.items()), timeout)
+    board.touch_item("button %r" % text, lambda i: i[0] == "button" and i[7] == text, timeout)
 
 
 def label(board, name):
@@ -100,27 +88,14 @@ def calibrate(board):
     _, _, _, x, y, w, h, _ = frame
     # Across both axes: a pointer opened after the last touch knows only what changes.
     drag(board, (x - 40, y - 30), (x + w // 2, y + h // 2))
-    touch_item(board, "the calibration's Next", lambda i: i[2] == "nextPushButton")
+    board.touch_item("the calibration's Next", lambda i: i[2] == "nextPushButton")
 
 
 def drag(board, start, end, steps=8):
     """A finger put down at start and moved to end, as the worker drags into the square."""
-    width, height = board.pixels
-
-    def position(x, y):
-        return [{"type": "abs", "data": {"axis": "x", "value": board._abs(x, width)}},
-                {"type": "abs", "data": {"axis": "y", "value": board._abs(y, height)}}]
-
-    board.qmp("input-send-event", events=position(*start) + [
-        {"type": "btn", "data": {"down": True, "button": "left"}}])
-    for step in range(1, steps + 1):
-        time.sleep(0.05)
-        board.qmp("input-send-event", events=position(
-            start[0] + (end[0] - start[0]) * step // steps,
-            start[1] + (end[1] - start[1]) * step // steps))
-    time.sleep(0.1)
-    board.qmp("input-send-event", events=position(*end) + [
-        {"type": "btn", "data": {"down": False, "button": "left"}}])
+    board.drag([(start[0] + (end[0] - start[0]) * step // steps,
+                 start[1] + (end[1] - start[1]) * step // steps) for step in range(steps + 1)],
+               step=0.05, hold=0.1)
 
 
 def dip_stage(board):
@@ -131,7 +106,7 @@ def dip_stage(board):
         time.sleep(1.5)
         set_dip(board, "0")
         try:
-            wait_page(board, "CommunicationTest", 5)
+            board.wait_page("CommunicationTest", 5)
             return
         except BoardError:
             continue
@@ -190,35 +165,35 @@ def check_walk(bench, out):
     dut = bench.dut
     dut.wait_console(r"^board: up", BOOT_TIMEOUT)
     dut.wait_shell()
-    wait_page(bench.tester, "TesterInterface", BOOT_TIMEOUT)
+    bench.tester.wait_page("TesterInterface", BOOT_TIMEOUT)
     print("bench_test: the slave tester serves %.1f s after the boards' start"
           % (time.monotonic() - dut.started))
     dut.start_program()
-    wait_page(dut, "caliInterface", BOOT_TIMEOUT)
+    dut.wait_page("caliInterface", BOOT_TIMEOUT)
     calibrate(dut)
 
-    wait_page(dut, "BrightnessInterface")
+    dut.wait_page("BrightnessInterface")
     dut.touch(400, 360, hold=0.2)
 
-    wait_page(dut, "RtcInterface")
-    touch_item(dut, "the time's OK", lambda i: i[2] == "OKBtn")
+    dut.wait_page("RtcInterface")
+    dut.touch_item("the time's OK", lambda i: i[2] == "OKBtn")
     dut.wait_for("the time 10:10", lambda: any(
         i[0] == "label" and ":10:10" in i[7] for i in dut.items()), 30)
-    touch_item(dut, "the date's OK", lambda i: i[2] == "OKBtn")
+    dut.touch_item("the date's OK", lambda i: i[2] == "OKBtn")
     dut.wait_for("the date 2018/10/01", lambda: any(
         i[0] == "label" and "2018/10/01" in i[7] for i in dut.items()), 30)
     touch_button(dut, "Next")
 
-    wait_page(dut, "BacklightInterface")
+    dut.wait_page("BacklightInterface")
     touch_button(dut, "Continue")
 
-    wait_page(dut, "KeyAndLedInterface")
+    dut.wait_page("KeyAndLedInterface")
     for _ in range(3):
         dut.key("a", hold=0.1)
         time.sleep(0.3)
     touch_button(dut, "Continue")
 
-    wait_page(dut, "DipSwitchInterface")
+    dut.wait_page("DipSwitchInterface")
     dip_stage(dut)
     walk_started = time.monotonic()
 
@@ -256,7 +231,7 @@ def check_walk(bench, out):
           % (time.monotonic() - walk_started))
     touch_button(dut, "Next USB")
 
-    wait_page(dut, "USBHostDeviceTest")
+    dut.wait_page("USBHostDeviceTest")
     dut.wait_for("the USB device test's pass", lambda: find(
         dut, "label", "<font color='black'>USB Device Test Pass!</font>"), 120)
     stages.append(("usb device", [("USB", "ok!")]))

@@ -116,17 +116,6 @@ def boot_with_shell(board):
     board.wait_shell()
 
 
-def touch_item(board, match, what):
-    item = board.wait_for(what, lambda: next((i for i in board.items() if match(i)), None), 30)
-    _, _, _, x, y, w, h, _ = item
-    board.touch(x + w // 2, y + h // 2, hold=0.2)
-
-
-def wait_page(board, page):
-    board.wait_for("the %s page" % page, lambda: any(
-        i[0] == "page" and i[1] == page for i in board.items()), 30)
-
-
 def check_rtc(board, out):
     boot_with_shell(board)
     before = board.shell("hwclock -r").strip()
@@ -134,15 +123,15 @@ def check_rtc(board, out):
         raise CheckFailed("the board's clock shows the date to be entered before the test")
     board.start_program()
     board.wait_for("function menu", lambda: menu_buttons(board), BOOT_TIMEOUT)
-    touch_item(board, lambda i: i[0] == "button" and i[7] == "Date and Time", "Date and Time")
-    wait_page(board, "RtcInterface")
-    touch_item(board, lambda i: i[2] == "OKBtn", "the time's OK")
+    board.touch_item("Date and Time", lambda i: i[0] == "button" and i[7] == "Date and Time")
+    board.wait_page("RtcInterface", 30)
+    board.touch_item("the time's OK", lambda i: i[2] == "OKBtn")
     board.wait_for("the time 10:10", lambda: any(
         i[0] == "label" and ":10:10" in i[7] for i in board.items()), 30)
-    touch_item(board, lambda i: i[2] == "OKBtn", "the date's OK")
+    board.touch_item("the date's OK", lambda i: i[2] == "OKBtn")
     board.wait_for("the date 2018/10/01", lambda: any(
         i[0] == "label" and "2018/10/01" in i[7] for i in board.items()), 30)
-    touch_item(board, lambda i: i[0] == "button" and i[7] == "Next", "Next")
+    board.touch_item("Next", lambda i: i[0] == "button" and i[7] == "Next")
     clock = board.wait_for("the board's clock at 2018-10-01 10:10", lambda: next(
         (line for line in board.shell("hwclock -r").splitlines()
          if line.startswith("2018-10-01 10:1")), None), 30)
@@ -163,9 +152,9 @@ def check_com(board, out, plugged=True):
     board.com = ["loop" if plugged else "none", "none", "none"]
     board.start()
     board.wait_for("function menu", lambda: menu_buttons(board), BOOT_TIMEOUT)
-    touch_item(board, lambda i: i[0] == "button" and i[7] == "COM1 RS232", "COM1 RS232")
+    board.touch_item("COM1 RS232", lambda i: i[0] == "button" and i[7] == "COM1 RS232")
     # The menu's port test starts by itself.
-    wait_page(board, "CommunicationTest")
+    board.wait_page("CommunicationTest", 30)
     if plugged:
         board.wait_for("ten blocks round the loopback plug", lambda: (
             label_number(board, "totalCountLabel") or 0) >= 10 * 64, 60)
@@ -184,8 +173,8 @@ def check_usb_device(board, out, cable=True):
     board.usb_cable = cable
     board.start()
     board.wait_for("function menu", lambda: menu_buttons(board), BOOT_TIMEOUT)
-    touch_item(board, lambda i: i[0] == "button" and i[7] == "USB device", "USB device")
-    wait_page(board, "USBHostDeviceTest")
+    board.touch_item("USB device", lambda i: i[0] == "button" and i[7] == "USB device")
+    board.wait_page("USBHostDeviceTest", 30)
     result = board.wait_for("the USB device test's result", lambda: next(
         (i[7] for i in board.items() if i[0] == "label" and "USB Device Test" in i[7]), None),
         120)
@@ -204,8 +193,8 @@ def check_usb_host(board, out):
     board.wait_for("function menu", lambda: menu_buttons(board), BOOT_TIMEOUT)
     board.stick_plug()
     board.wait_for("the stick mounted", lambda: "/run/media/sd" in board.shell("mount"), 60)
-    touch_item(board, lambda i: i[0] == "button" and i[7] == "USB host", "USB host")
-    wait_page(board, "USBHostDeviceTest")
+    board.touch_item("USB host", lambda i: i[0] == "button" and i[7] == "USB host")
+    board.wait_page("USBHostDeviceTest", 30)
     result = board.wait_for("the USB host test's result", lambda: next(
         (i[7] for i in board.items() if i[0] == "label" and "USB Host Test" in i[7]), None), 120)
     if result != "<font color='black'>USB Host Test Pass!</font>":
@@ -231,8 +220,8 @@ def check_key(board, out):
     before = second_reader_bytes()
     board.start_program()
     board.wait_for("function menu", lambda: menu_buttons(board), BOOT_TIMEOUT)
-    touch_item(board, lambda i: i[0] == "button" and i[7] == "Key and LED", "Key and LED")
-    wait_page(board, "KeyAndLedInterface")
+    board.touch_item("Key and LED", lambda i: i[0] == "button" and i[7] == "Key and LED")
+    board.wait_page("KeyAndLedInterface", 30)
 
     def continue_shown():
         return any(i[0] == "button" and i[7] == "Continue" for i in board.items())
