@@ -25,7 +25,9 @@ import time
 
 SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
 sys.path.insert(0, os.path.join(SOURCE, "sim", "board"))
+sys.path.insert(0, os.path.dirname(os.path.realpath(__file__)))
 from board import Bench, BoardError, inside_unit  # noqa: E402
+from board_test import enter_date_and_time  # noqa: E402
 
 BOOT_TIMEOUT = 300
 # A stage's 59 blocks go round both boards and our cable: a few seconds each.
@@ -176,12 +178,7 @@ def check_walk(bench, out):
     dut.touch(400, 360, hold=0.2)
 
     dut.wait_page("RtcInterface")
-    dut.touch_item("the time's OK", lambda i: i[2] == "OKBtn")
-    dut.wait_for("the time 10:10", lambda: any(
-        i[0] == "label" and ":10:10" in i[7] for i in dut.items()), 30)
-    dut.touch_item("the date's OK", lambda i: i[2] == "OKBtn")
-    dut.wait_for("the date 2018/10/01", lambda: any(
-        i[0] == "label" and "2018/10/01" in i[7] for i in dut.items()), 30)
+    enter_date_and_time(dut)
     touch_button(dut, "Next")
 
     dut.wait_page("BacklightInterface")

@@ -116,6 +116,17 @@ def boot_with_shell(board):
     board.wait_shell()
 
 
+def enter_date_and_time(board):
+    """On the clock screen: OK on the time (10:10) and OK on the date (2018/10/01), each
+    awaited on the screen."""
+    board.touch_item("the time's OK", lambda i: i[2] == "OKBtn")
+    board.wait_for("the time 10:10", lambda: any(
+        i[0] == "label" and ":10:10" in i[7] for i in board.items()), 30)
+    board.touch_item("the date's OK", lambda i: i[2] == "OKBtn")
+    board.wait_for("the date 2018/10/01", lambda: any(
+        i[0] == "label" and "2018/10/01" in i[7] for i in board.items()), 30)
+
+
 def check_rtc(board, out):
     boot_with_shell(board)
     before = board.shell("hwclock -r").strip()
@@ -125,12 +136,7 @@ def check_rtc(board, out):
     board.wait_for("function menu", lambda: menu_buttons(board), BOOT_TIMEOUT)
     board.touch_item("Date and Time", lambda i: i[0] == "button" and i[7] == "Date and Time")
     board.wait_page("RtcInterface", 30)
-    board.touch_item("the time's OK", lambda i: i[2] == "OKBtn")
-    board.wait_for("the time 10:10", lambda: any(
-        i[0] == "label" and ":10:10" in i[7] for i in board.items()), 30)
-    board.touch_item("the date's OK", lambda i: i[2] == "OKBtn")
-    board.wait_for("the date 2018/10/01", lambda: any(
-        i[0] == "label" and "2018/10/01" in i[7] for i in board.items()), 30)
+    enter_date_and_time(board)
     board.touch_item("Next", lambda i: i[0] == "button" and i[7] == "Next")
     clock = board.wait_for("the board's clock at 2018-10-01 10:10", lambda: next(
         (line for line in board.shell("hwclock -r").splitlines()
